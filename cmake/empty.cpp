@@ -1,0 +1,1 @@
+// The shared library is made only of its component archives.

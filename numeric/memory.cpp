@@ -1,0 +1,63 @@
+// The allocator pair, text wiping and the exported text helpers.
+#include "numeric/memory.hpp"
+
+#include <cstdlib>
+
+#include "ostravine/core.h"
+
+namespace ostr {
+namespace {
+
+const AllocHooks c_heap{std::malloc, std::realloc, std::free};
+const AllocHooks* hooks = &c_heap;
+
+}  // namespace
+
+void set_alloc_hooks(const AllocHooks* h) noexcept { hooks = h ? h : &c_heap; }
+
+void* mem_alloc(std::size_t bytes) noexcept { return hooks->alloc(bytes ? bytes : 1); }
+
+void* mem_calloc(std::size_t count, std::size_t size) noexcept {
+    if (size != 0 && count > SIZE_MAX / size) return nullptr;
+    void* p = mem_alloc(count * size);
+    if (p) std::memset(p, 0, count * size);
+    return p;
+}
+
+void* mem_realloc(void* block, std::size_t bytes) noexcept {
+    return hooks->realloc(block, bytes ? bytes : 1);
+}
+
+void mem_free(void* block) noexcept {
+    if (block) hooks->free(block);
+}
+
+void wipe(void* p, std::size_t n) noexcept {
+    // Volatile stores cannot be removed as dead writes before the free.
+    auto* v = static_cast<volatile unsigned char*>(p);
+    for (std::size_t i = 0; i < n; ++i) v[i] = 0;
+}
+
+void free_text(char* text) noexcept {
+    if (!text) return;
+    wipe(text, std::strlen(text));
+    mem_free(text);
+}
+
+char* dup_text(std::string_view text) noexcept {
+    auto* p = static_cast<char*>(mem_alloc(text.size() + 1));
+    if (!p) return nullptr;
+    if (!text.empty()) std::memcpy(p, text.data(), text.size());
+    p[text.size()] = '\0';
+    return p;
+}
+
+}  // namespace ostr
+
+extern "C" {
+
+char* StrDup(const char* text) noexcept { return text ? ostr::dup_text(text) : nullptr; }
+void FreeString(char* text) noexcept { ostr::free_text(text); }
+void FreeBlock(void* block) noexcept { ostr::mem_free(block); }
+
+}

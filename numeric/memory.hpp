@@ -1,0 +1,69 @@
+// The one allocator pair of the core and the owning types built on it.
+// Every block that crosses the C face comes from mem_alloc (malloc-compatible)
+// and every text that held user data is wiped before it is released.
+#pragma once
+
+#include <cstddef>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace ostr {
+
+// The allocator behind mem_alloc/mem_realloc/mem_free. Tests install a
+// counting or failing allocator here; the default is the C heap, so that
+// blocks handed to C callers are ordinary malloc blocks.
+struct AllocHooks {
+    void* (*alloc)(std::size_t);
+    void* (*realloc)(void*, std::size_t);
+    void (*free)(void*);
+};
+void set_alloc_hooks(const AllocHooks* hooks) noexcept;  // nullptr restores the C heap
+
+[[nodiscard]] void* mem_alloc(std::size_t bytes) noexcept;
+[[nodiscard]] void* mem_calloc(std::size_t count, std::size_t size) noexcept;
+[[nodiscard]] void* mem_realloc(void* block, std::size_t bytes) noexcept;
+void mem_free(void* block) noexcept;
+
+// Overwrites n bytes with zeros in a way the compiler may not drop.
+void wipe(void* p, std::size_t n) noexcept;
+
+// Wipes the text over its length, then releases it. nullptr is ignored.
+void free_text(char* text) noexcept;
+// A new zero-terminated heap copy, or nullptr when memory runs out.
+[[nodiscard]] char* dup_text(std::string_view text) noexcept;
+
+struct TextDeleter {
+    void operator()(char* p) const noexcept { free_text(p); }
+};
+struct BlockDeleter {
+    void operator()(void* p) const noexcept { mem_free(p); }
+};
+
+// A heap text owned in C++ and handed to C with release().
+using OwnedText = std::unique_ptr<char, TextDeleter>;
+template <class T>
+using OwnedBlock = std::unique_ptr<T, BlockDeleter>;
+
+// Allocator for C++ containers that hold user data: every block is wiped on
+// release, including the old buffer a growing string leaves behind.
+template <class T>
+struct WipingAllocator {
+    using value_type = T;
+    WipingAllocator() noexcept = default;
+    template <class U>
+    WipingAllocator(const WipingAllocator<U>&) noexcept {}
+    T* allocate(std::size_t n) { return std::allocator<T>{}.allocate(n); }
+    void deallocate(T* p, std::size_t n) noexcept {
+        wipe(p, n * sizeof(T));
+        std::allocator<T>{}.deallocate(p, n);
+    }
+    template <class U>
+    bool operator==(const WipingAllocator<U>&) const noexcept { return true; }
+};
+
+// The working string of the core: a std::string whose heap buffers are wiped.
+using Text = std::basic_string<char, std::char_traits<char>, WipingAllocator<char>>;
+
+}  // namespace ostr

@@ -1,0 +1,54 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "numeric/memory.hpp"
+#include "ostravine/core.h"
+#include "support/counting_alloc.hpp"
+
+namespace {
+
+// free_text must wipe before it releases: a hook that inspects each block as
+// it is freed sees only zeros where the text was.
+std::size_t nonzero_at_free = 0;
+std::size_t inspected_len = 0;
+void inspecting_free(void* p) {
+    auto* b = static_cast<unsigned char*>(p);
+    for (std::size_t i = 0; i < inspected_len; ++i) nonzero_at_free += b[i] != 0;
+    std::free(p);
+}
+
+TEST(Memory, TextsAreWipedBeforeRelease) {
+    const ostr::AllocHooks hooks{std::malloc, std::realloc, inspecting_free};
+    ostr::set_alloc_hooks(&hooks);
+    char* t = StrDup("secret text");
+    inspected_len = std::strlen(t);
+    nonzero_at_free = 0;
+    FreeString(t);
+    {
+        ostr::OwnedText owned(ostr::dup_text("another secret"));
+        inspected_len = std::strlen(owned.get());
+    }
+    ostr::set_alloc_hooks(nullptr);
+    EXPECT_EQ(nonzero_at_free, 0u);
+}
+
+TEST(Memory, WipingStringClearsOldBuffersOnGrowth) {
+    ostr::Text t(40, 'x');
+    for (int i = 0; i < 10; ++i) t += t;  // each growth releases a wiped buffer
+    EXPECT_EQ(t.size(), 40u << 10);
+}
+
+TEST(Memory, CountingAllocatorSeesLeaksAndInjectsFailure) {
+    ostr::test::CountingAlloc counter;
+    char* a = StrDup("abc");
+    EXPECT_EQ(counter.live(), 1);
+    counter.fail_after(0);
+    EXPECT_EQ(StrDup("def"), nullptr);
+    counter.fail_after(-1);
+    FreeString(a);
+    EXPECT_EQ(counter.live(), 0);
+    EXPECT_EQ(StrDup(nullptr), nullptr);
+}
+
+}  // namespace

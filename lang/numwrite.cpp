@@ -89,6 +89,15 @@ bool is_power_of_ten(const Digits& g) {
     return g.d[0] == '1' && std::all_of(g.d + 1, g.d + g.n, [](char c) { return c == '0'; });
 }
 
+// Whether the digits, read as a number, round to infinity: the largest
+// double is 1.7976931348623157E+308 and anything from halfway to the next
+// power of two up overflows.
+bool rounds_past_max(const Digits& g) {
+    if (g.exp > 308) return true;
+    static constexpr char threshold[] = "17976931348623158079";  // ...0799e308 rounds down
+    return std::string_view(g.d, static_cast<std::size_t>(g.n)) > threshold;
+}
+
 struct Writer {
     NumberText t{};
     void put(char c) { t.data[t.size++] = c; }
@@ -149,10 +158,22 @@ NumberText write_number(double v, int digits, bool always_exponent) {
     // The form follows the value itself, not its rounded text: 0.001 as a
     // double lies just above 10^-3, its predecessor just below.
     const bool plain = !always_exponent && a >= 1e-3 && a < 1e4;
-    Digits g = exact_digits(a, digits + 2);
+    // The first rounding keeps digits+2 significant digits; in the plain
+    // form it cannot drop integer digits (it is "%.Nf"), so one digit of
+    // 1000..9999 is rounded from all four.
+    const int first = plain && a >= 1000 ? std::max(digits + 2, 4) : digits + 2;
+    Digits g = exact_digits(a, first);
     // The first rounding may itself have carried up to a power of ten.
     bool carried = !plain && is_power_of_ten(g) && decimal_order(a) < g.exp;
     carried = round_digits(g, digits) || carried;
+    // Near the top of the range a text rounded up may lie beyond the largest
+    // double and read back as infinity, which is no numeric literal; such a
+    // text is cut instead (still within one unit of the last digit).
+    if (g.exp >= 308 && rounds_past_max(g)) {
+        g = exact_digits(a, max_digits + 2);
+        g.n = digits;
+        carried = false;
+    }
     while (g.n > 1 && g.d[g.n - 1] == '0') --g.n;
     Writer w;
     if (v < 0) w.put('-');

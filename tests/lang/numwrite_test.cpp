@@ -1,6 +1,6 @@
 // Writing number texts: DoubleString against an exact oracle (glibc printf's
 // full decimal expansion, rounded by the 0.495 rule), the read-back property
-// over random doubles of every magnitude, the designed steps composed, and
+// over random doubles of every magnitude, the exported steps composed, and
 // one table row per deliberate form.
 #include <gtest/gtest.h>
 
@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <limits>
 #include <random>
 #include <string>
@@ -186,7 +187,7 @@ TEST(NumWrite, PowersOfTenAndTheirNeighbours) {
     }
 }
 
-// In the plain range the fast writer is exactly the designed steps composed.
+// In the plain range the fast writer is exactly the exported steps composed.
 TEST(NumWrite, PlainFormIsTheStepsComposed) {
     std::mt19937_64 rng(3);
     for (long n = 0; n < ostr::test::samples / 10; ++n) {
@@ -281,3 +282,33 @@ TEST(NumWrite, ComplexStringCapsDigitsAndReleasesOnFailure) {
 }
 
 }  // namespace
+
+// Every row of the table in the user's reference, under "## Numbers":
+// | `typed` | digits | `shown` | or | `typed` | digits | not a number |.
+TEST(NumWrite, ReferenceTableOfTheLanguage) {
+    std::ifstream doc(OSTR_DOCS "/language.md");
+    ASSERT_TRUE(doc) << "docs/language.md";
+    std::string line;
+    bool in_numbers = false;
+    int rows = 0;
+    while (std::getline(doc, line)) {
+        if (line.rfind("## ", 0) == 0) in_numbers = line == "## Numbers";
+        if (!in_numbers || line.rfind("| `", 0) != 0) continue;
+        const std::size_t a = line.find('`') + 1, b = line.find('`', a);
+        const std::size_t c = line.find('|', b), e = line.find('|', c + 1);
+        const std::string typed = line.substr(a, b - a);
+        const int digits = std::stoi(line.substr(c + 1, e - c - 1));
+        const std::string shown = line.substr(e + 1);
+        double v;
+        const bool numeric = ostr::text::read_number(typed, v);
+        if (shown.find("not a number") != std::string::npos) {
+            EXPECT_FALSE(numeric) << typed;
+        } else {
+            const std::size_t s = shown.find('`') + 1;
+            EXPECT_TRUE(numeric) << typed;
+            EXPECT_EQ(number_text(v, digits).view(), shown.substr(s, shown.find('`', s) - s)) << typed;
+        }
+        ++rows;
+    }
+    EXPECT_GE(rows, 10);
+}

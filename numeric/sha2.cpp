@@ -1,0 +1,285 @@
+// SHA-512 and SHA-256 (FIPS 180-4). The message is padded into a BitArray of
+// whole blocks, then the rounds read its words; the digest becomes hex text.
+#include "numeric/sha2.hpp"
+
+#include <bit>
+#include <cstring>
+#include <utility>
+
+#include "bignum/bitarray.hpp"
+#include "numeric/base64.hpp"
+#include "ostravine/hash.h"
+
+namespace ostr::hash {
+namespace {
+
+// First 64 bits of the fractional parts of the cube roots of the first 80
+// primes (round constants) and of the square roots of the first 8 (initial
+// state); SHA-256 takes the first 32 bits of the same numbers.
+constexpr std::uint64_t k512[80] = {
+0x428a2f98d728ae22, 0x7137449123ef65cd, 0xb5c0fbcfec4d3b2f,
+    0xe9b5dba58189dbbc, 0x3956c25bf348b538, 0x59f111f1b605d019,
+    0x923f82a4af194f9b, 0xab1c5ed5da6d8118, 0xd807aa98a3030242,
+    0x12835b0145706fbe, 0x243185be4ee4b28c, 0x550c7dc3d5ffb4e2,
+    0x72be5d74f27b896f, 0x80deb1fe3b1696b1, 0x9bdc06a725c71235,
+    0xc19bf174cf692694, 0xe49b69c19ef14ad2, 0xefbe4786384f25e3,
+    0x0fc19dc68b8cd5b5, 0x240ca1cc77ac9c65, 0x2de92c6f592b0275,
+    0x4a7484aa6ea6e483, 0x5cb0a9dcbd41fbd4, 0x76f988da831153b5,
+    0x983e5152ee66dfab, 0xa831c66d2db43210, 0xb00327c898fb213f,
+    0xbf597fc7beef0ee4, 0xc6e00bf33da88fc2, 0xd5a79147930aa725,
+    0x06ca6351e003826f, 0x142929670a0e6e70, 0x27b70a8546d22ffc,
+    0x2e1b21385c26c926, 0x4d2c6dfc5ac42aed, 0x53380d139d95b3df,
+    0x650a73548baf63de, 0x766a0abb3c77b2a8, 0x81c2c92e47edaee6,
+    0x92722c851482353b, 0xa2bfe8a14cf10364, 0xa81a664bbc423001,
+    0xc24b8b70d0f89791, 0xc76c51a30654be30, 0xd192e819d6ef5218,
+    0xd69906245565a910, 0xf40e35855771202a, 0x106aa07032bbd1b8,
+    0x19a4c116b8d2d0c8, 0x1e376c085141ab53, 0x2748774cdf8eeb99,
+    0x34b0bcb5e19b48a8, 0x391c0cb3c5c95a63, 0x4ed8aa4ae3418acb,
+    0x5b9cca4f7763e373, 0x682e6ff3d6b2b8a3, 0x748f82ee5defb2fc,
+    0x78a5636f43172f60, 0x84c87814a1f0ab72, 0x8cc702081a6439ec,
+    0x90befffa23631e28, 0xa4506cebde82bde9, 0xbef9a3f7b2c67915,
+    0xc67178f2e372532b, 0xca273eceea26619c, 0xd186b8c721c0c207,
+    0xeada7dd6cde0eb1e, 0xf57d4f7fee6ed178, 0x06f067aa72176fba,
+    0x0a637dc5a2c898a6, 0x113f9804bef90dae, 0x1b710b35131c471b,
+    0x28db77f523047d84, 0x32caab7b40c72493, 0x3c9ebe0a15c9bebc,
+    0x431d67c49c100d4c, 0x4cc5d4becb3e42b6, 0x597f299cfc657e2a,
+    0x5fcb6fab3ad6faec, 0x6c44198c4a475817};
+constexpr std::uint64_t h512[8] = {
+    0x6a09e667f3bcc908, 0xbb67ae8584caa73b, 0x3c6ef372fe94f82b,
+    0xa54ff53a5f1d36f1, 0x510e527fade682d1, 0x9b05688c2b3e6c1f,
+    0x1f83d9abfb41bd6b, 0x5be0cd19137e2179};
+constexpr std::uint32_t k256[64] = {
+    0x428a2f98, 0x71374491, 0xb5c0fbcf, 0xe9b5dba5, 0x3956c25b, 0x59f111f1,
+    0x923f82a4, 0xab1c5ed5, 0xd807aa98, 0x12835b01, 0x243185be, 0x550c7dc3,
+    0x72be5d74, 0x80deb1fe, 0x9bdc06a7, 0xc19bf174, 0xe49b69c1, 0xefbe4786,
+    0x0fc19dc6, 0x240ca1cc, 0x2de92c6f, 0x4a7484aa, 0x5cb0a9dc, 0x76f988da,
+    0x983e5152, 0xa831c66d, 0xb00327c8, 0xbf597fc7, 0xc6e00bf3, 0xd5a79147,
+    0x06ca6351, 0x14292967, 0x27b70a85, 0x2e1b2138, 0x4d2c6dfc, 0x53380d13,
+    0x650a7354, 0x766a0abb, 0x81c2c92e, 0x92722c85, 0xa2bfe8a1, 0xa81a664b,
+    0xc24b8b70, 0xc76c51a3, 0xd192e819, 0xd6990624, 0xf40e3585, 0x106aa070,
+    0x19a4c116, 0x1e376c08, 0x2748774c, 0x34b0bcb5, 0x391c0cb3, 0x4ed8aa4a,
+    0x5b9cca4f, 0x682e6ff3, 0x748f82ee, 0x78a5636f, 0x84c87814, 0x8cc70208,
+    0x90befffa, 0xa4506ceb, 0xbef9a3f7, 0xc67178f2};
+constexpr std::uint32_t h256[8] = {
+    0x6a09e667, 0xbb67ae85, 0x3c6ef372, 0xa54ff53a, 0x510e527f, 0x9b05688c,
+    0x1f83d9ab, 0x5be0cd19};
+
+// Zeros that the compiler may not drop as dead stores before the free; as
+// fast as memset, which matters for a 16 KiB message.
+void wipe_words(std::uint64_t* p, std::size_t count) noexcept {
+    std::memset(p, 0, count * sizeof *p);
+    asm volatile("" : : "r"(p) : "memory");
+}
+
+std::uint64_t load_be64(const unsigned char* p) noexcept {
+    std::uint64_t v;
+    std::memcpy(&v, p, 8);
+    if constexpr (std::endian::native == std::endian::little) v = __builtin_bswap64(v);
+    return v;
+}
+
+// The message padded to whole blocks as big-endian 64-bit words, held in a
+// BitArray of the padded bit length: the message bytes, a one bit, zeros,
+// and the bit length in the last length_bytes (16 for SHA-512, 8 for
+// SHA-256). The message is copied exactly once, straight into the words the
+// rounds read. The words are wiped before release, as the message may be a
+// secret (the salted hashes digest secret + salt).
+class PaddedMessage {
+public:
+    PaddedMessage(Bytes m, std::size_t block_bytes, std::size_t length_bytes) noexcept {
+        const std::uint64_t n = m.size();
+        if (n >= (std::uint64_t{1} << 60)) return;  // the bit count must fit 64 bits
+        const std::uint64_t total = (n + 1 + length_bytes + block_bytes - 1) / block_bytes * block_bytes;
+        a_ = big::make(total * 8);
+        if (!a_) return;
+        std::uint64_t* w = a_->words;
+        const std::size_t full = n / 8;
+        for (std::size_t i = 0; i < full; ++i) w[i] = load_be64(m.data() + 8 * i);
+        const std::size_t rem = n % 8;
+        std::uint64_t last = std::uint64_t{0x80} << (56 - 8 * rem);
+        for (std::size_t j = 0; j < rem; ++j)
+            last |= std::uint64_t{m[8 * full + j]} << (56 - 8 * j);
+        w[full] = last;
+        w[a_->nwords - 1] = n << 3;
+        if (length_bytes == 16) w[a_->nwords - 2] = n >> 61;
+    }
+    ~PaddedMessage() {
+        if (!a_) return;
+        wipe_words(a_->words, a_->nwords);
+        big::release(a_);
+    }
+    PaddedMessage(const PaddedMessage&) = delete;
+    PaddedMessage& operator=(const PaddedMessage&) = delete;
+
+    explicit operator bool() const noexcept { return a_ != nullptr; }
+    const std::uint64_t* words() const noexcept { return a_->words; }
+    std::size_t word_count() const noexcept { return a_->nwords; }
+
+private:
+    BitArray* a_ = nullptr;
+};
+
+#define OSTR_INLINE [[gnu::always_inline]] inline
+
+// One round with the message schedule computed on the fly in a ring of 16
+// words. The eight working variables stay in place and their roles rotate
+// with the round index, so the unrolled rounds need no moves; all indices
+// are constants after unrolling and v[] lives in registers.
+template <std::size_t i>
+OSTR_INLINE void round512(std::uint64_t* v, std::uint64_t* w, const std::uint64_t* m) noexcept {
+    using std::rotr;
+    if constexpr (i < 16) {
+        w[i] = m[i];
+    } else {
+        const std::uint64_t x = w[(i - 15) & 15], y = w[(i - 2) & 15];
+        w[i & 15] += (rotr(y, 19) ^ rotr(y, 61) ^ (y >> 6)) + w[(i - 7) & 15] +
+                     (rotr(x, 1) ^ rotr(x, 8) ^ (x >> 7));
+    }
+    const std::uint64_t a = v[(0 - i) & 7], b = v[(1 - i) & 7], c = v[(2 - i) & 7];
+    const std::uint64_t e = v[(4 - i) & 7], f = v[(5 - i) & 7], g = v[(6 - i) & 7];
+    std::uint64_t& d = v[(3 - i) & 7];
+    std::uint64_t& h = v[(7 - i) & 7];
+    const std::uint64_t t1 = h + (rotr(e, 14) ^ rotr(e, 18) ^ rotr(e, 41)) + (g ^ (e & (f ^ g))) +
+                             k512[i] + w[i & 15];
+    const std::uint64_t t2 = (rotr(a, 28) ^ rotr(a, 34) ^ rotr(a, 39)) + ((a & b) | (c & (a | b)));
+    d += t1;
+    h = t1 + t2;
+}
+
+template <std::size_t i>
+OSTR_INLINE void round256(std::uint32_t* v, std::uint32_t* w, const std::uint64_t* m) noexcept {
+    using std::rotr;
+    if constexpr (i < 16) {
+        w[i] = static_cast<std::uint32_t>(i % 2 == 0 ? m[i / 2] >> 32 : m[i / 2]);
+    } else {
+        const std::uint32_t x = w[(i - 15) & 15], y = w[(i - 2) & 15];
+        w[i & 15] += (rotr(y, 17) ^ rotr(y, 19) ^ (y >> 10)) + w[(i - 7) & 15] +
+                     (rotr(x, 7) ^ rotr(x, 18) ^ (x >> 3));
+    }
+    const std::uint32_t a = v[(0 - i) & 7], b = v[(1 - i) & 7], c = v[(2 - i) & 7];
+    const std::uint32_t e = v[(4 - i) & 7], f = v[(5 - i) & 7], g = v[(6 - i) & 7];
+    std::uint32_t& d = v[(3 - i) & 7];
+    std::uint32_t& h = v[(7 - i) & 7];
+    const std::uint32_t t1 = h + (rotr(e, 6) ^ rotr(e, 11) ^ rotr(e, 25)) + (g ^ (e & (f ^ g))) +
+                             k256[i] + w[i & 15];
+    const std::uint32_t t2 = (rotr(a, 2) ^ rotr(a, 13) ^ rotr(a, 22)) + ((a & b) | (c & (a | b)));
+    d += t1;
+    h = t1 + t2;
+}
+
+template <std::size_t... I>
+OSTR_INLINE void rounds512(std::uint64_t* v, std::uint64_t* w, const std::uint64_t* m,
+                           std::index_sequence<I...>) noexcept {
+    (round512<I>(v, w, m), ...);
+}
+
+template <std::size_t... I>
+OSTR_INLINE void rounds256(std::uint32_t* v, std::uint32_t* w, const std::uint64_t* m,
+                           std::index_sequence<I...>) noexcept {
+    (round256<I>(v, w, m), ...);
+}
+
+// Every 1024-bit block of the padded message: sixteen 64-bit words.
+void compress512(std::uint64_t* state, const std::uint64_t* m, std::size_t blocks) noexcept {
+    for (std::size_t blk = 0; blk < blocks; ++blk, m += 16) {
+        std::uint64_t v[8], w[16];
+        for (int k = 0; k < 8; ++k) v[k] = state[k];
+        rounds512(v, w, m, std::make_index_sequence<80>{});
+        for (int k = 0; k < 8; ++k) state[k] += v[k];
+    }
+}
+
+// Every 512-bit block: eight 64-bit words, each two big-endian 32-bit words.
+void compress256(std::uint32_t* state, const std::uint64_t* m, std::size_t blocks) noexcept {
+    for (std::size_t blk = 0; blk < blocks; ++blk, m += 8) {
+        std::uint32_t v[8], w[16];
+        for (int k = 0; k < 8; ++k) v[k] = state[k];
+        rounds256(v, w, m, std::make_index_sequence<64>{});
+        for (int k = 0; k < 8; ++k) state[k] += v[k];
+    }
+}
+
+// Each word as 2*sizeof(Word) lower-case hex digits, most significant first.
+template <class Word>
+OwnedText to_hex(const std::array<Word, 8>& words) noexcept {
+    constexpr std::size_t digits = 2 * sizeof(Word);
+    OwnedText out(static_cast<char*>(mem_alloc(8 * digits + 1)));
+    if (!out) return out;
+    char* p = out.get();
+    for (const Word x : words)
+        for (std::size_t k = 0; k < digits; ++k) *p++ = "0123456789abcdef"[(x >> (4 * (digits - 1 - k))) & 15];
+    *p = '\0';
+    return out;
+}
+
+}  // namespace
+
+bool sha512(Bytes message, Digest512& out) noexcept {
+    const PaddedMessage padded(message, 128, 16);
+    if (!padded) return false;
+    std::memcpy(out.w.data(), h512, sizeof h512);
+    compress512(out.w.data(), padded.words(), padded.word_count() / 16);
+    return true;
+}
+
+bool sha256(Bytes message, Digest256& out) noexcept {
+    const PaddedMessage padded(message, 64, 8);
+    if (!padded) return false;
+    std::memcpy(out.w.data(), h256, sizeof h256);
+    compress256(out.w.data(), padded.words(), padded.word_count() / 8);
+    return true;
+}
+
+OwnedText sha512_hex(Bytes message) noexcept {
+    Digest512 d;
+    return sha512(message, d) ? to_hex(d.w) : nullptr;
+}
+
+OwnedText sha256_hex(Bytes message) noexcept {
+    Digest256 d;
+    return sha256(message, d) ? to_hex(d.w) : nullptr;
+}
+
+void digest_bytes(const Digest512& d, unsigned char out[64]) noexcept {
+    for (std::size_t k = 0; k < 64; ++k) out[k] = static_cast<unsigned char>(d.w[k / 8] >> (56 - 8 * (k % 8)));
+}
+
+OwnedText sha512_of_text(const char* text) noexcept {
+    return text ? sha512_hex(text_bytes(text, std::strlen(text))) : nullptr;
+}
+
+OwnedText sha512_of_bytes(const unsigned char* bytes, std::uint64_t n) noexcept {
+    if (!bytes && n != 0) return nullptr;
+    return sha512_hex({bytes, static_cast<std::size_t>(n)});
+}
+
+OwnedText sha256_of_text(const char* text) noexcept {
+    return text ? sha256_hex(text_bytes(text, std::strlen(text))) : nullptr;
+}
+
+OwnedText sha512_base64(const char* text, const char* extra, char pad) noexcept {
+    Alphabet a;
+    Digest512 d;
+    if (!text || !optional_alphabet(extra, pad, a) || !sha512(text_bytes(text, std::strlen(text)), d))
+        return nullptr;
+    unsigned char bytes[64];
+    digest_bytes(d, bytes);
+    OwnedText out = encode(bytes, a);
+    wipe(bytes, sizeof bytes);
+    return out;
+}
+
+}  // namespace ostr::hash
+
+extern "C" {
+
+char* SHA512(const char* text) noexcept { return ostr::hash::sha512_of_text(text).release(); }
+char* SHA512FromByteArray(const unsigned char* bytes, std::uint64_t n) noexcept {
+    return ostr::hash::sha512_of_bytes(bytes, n).release();
+}
+char* SHA512Base64(const char* text, const char* extra, char pad) noexcept {
+    return ostr::hash::sha512_base64(text, extra, pad).release();
+}
+char* SHA256(const char* text) noexcept { return ostr::hash::sha256_of_text(text).release(); }
+
+}

@@ -121,81 +121,127 @@ private:
 
 #define OSTR_INLINE [[gnu::always_inline]] inline
 
-// One round with the message schedule computed on the fly in a ring of 16
-// words. The eight working variables stay in place and their roles rotate
-// with the round index, so the unrolled rounds need no moves; all indices
-// are constants after unrolling and v[] lives in registers.
-template <std::size_t i>
-OSTR_INLINE void round512(std::uint64_t* v, std::uint64_t* w, const std::uint64_t* m) noexcept {
-    using std::rotr;
-    if constexpr (i < 16) {
-        w[i] = m[i];
-    } else {
-        const std::uint64_t x = w[(i - 15) & 15], y = w[(i - 2) & 15];
-        w[i & 15] += (rotr(y, 19) ^ rotr(y, 61) ^ (y >> 6)) + w[(i - 7) & 15] +
-                     (rotr(x, 1) ^ rotr(x, 8) ^ (x >> 7));
-    }
-    const std::uint64_t a = v[(0 - i) & 7], b = v[(1 - i) & 7], c = v[(2 - i) & 7];
-    const std::uint64_t e = v[(4 - i) & 7], f = v[(5 - i) & 7], g = v[(6 - i) & 7];
-    std::uint64_t& d = v[(3 - i) & 7];
-    std::uint64_t& h = v[(7 - i) & 7];
-    const std::uint64_t t1 = h + (rotr(e, 14) ^ rotr(e, 18) ^ rotr(e, 41)) + (g ^ (e & (f ^ g))) +
-                             k512[i] + w[i & 15];
-    const std::uint64_t t2 = (rotr(a, 28) ^ rotr(a, 34) ^ rotr(a, 39)) + ((a & b) | (c & (a | b)));
+// The sigma functions with their three rotations nested, e.g.
+// rotr14(e ^ rotr4(e ^ rotr23(e))) = rotr14(e) ^ rotr18(e) ^ rotr41(e): one
+// register copy instead of three on machines without a three-operand rotate.
+OSTR_INLINE std::uint64_t big_sigma0(std::uint64_t a) noexcept {
+    return std::rotr(a ^ std::rotr(a ^ std::rotr(a, 5), 6), 28);
+}
+OSTR_INLINE std::uint64_t big_sigma1(std::uint64_t e) noexcept {
+    return std::rotr(e ^ std::rotr(e ^ std::rotr(e, 23), 4), 14);
+}
+OSTR_INLINE std::uint64_t small_sigma0(std::uint64_t x) noexcept {
+    return std::rotr(x ^ std::rotr(x, 7), 1) ^ (x >> 7);
+}
+OSTR_INLINE std::uint64_t small_sigma1(std::uint64_t x) noexcept {
+    return std::rotr(x ^ std::rotr(x, 42), 19) ^ (x >> 6);
+}
+OSTR_INLINE std::uint32_t big_sigma0(std::uint32_t a) noexcept {
+    return std::rotr(a ^ std::rotr(a ^ std::rotr(a, 9), 11), 2);
+}
+OSTR_INLINE std::uint32_t big_sigma1(std::uint32_t e) noexcept {
+    return std::rotr(e ^ std::rotr(e ^ std::rotr(e, 14), 5), 6);
+}
+OSTR_INLINE std::uint32_t small_sigma0(std::uint32_t x) noexcept {
+    return std::rotr(x ^ std::rotr(x, 11), 7) ^ (x >> 3);
+}
+OSTR_INLINE std::uint32_t small_sigma1(std::uint32_t x) noexcept {
+    return std::rotr(x ^ std::rotr(x, 2), 17) ^ (x >> 10);
+}
+
+// Hides the constants' values from the optimiser, so that each round adds
+// its constant straight from memory (one instruction) instead of loading a
+// 64-bit immediate first (two).
+template <class Word>
+OSTR_INLINE const Word* opaque(const Word* k) noexcept {
+    asm("" : "+r"(k));
+    return k;
+}
+
+// The message word of round i: the block's own words for the first 16
+// rounds, then computed on the fly in a ring of 16.
+template <std::size_t i, class Word>
+OSTR_INLINE Word schedule(Word* w) noexcept {
+    if constexpr (i >= 16)
+        w[i & 15] += small_sigma1(w[(i - 2) & 15]) + w[(i - 7) & 15] + small_sigma0(w[(i - 15) & 15]);
+    return w[i & 15];
+}
+
+// One round. Callers rotate the roles of the eight variables instead of
+// moving them: round i+1 is called as (h, a, b, c, d, e, f, g). Maj(a,b,c)
+// is written as b ^ ((a ^ b) & (b ^ c)), and b ^ c is the previous round's
+// a ^ b, carried in ab.
+template <std::size_t i, class Word>
+OSTR_INLINE void round(Word a, Word b, [[maybe_unused]] Word c, Word& d, Word e, Word f, Word g, Word& h, Word* w,
+                       const Word* k, Word& bc) noexcept {
+    const Word t1 = h + big_sigma1(e) + (g ^ (e & (f ^ g))) + k[i] + schedule<i>(w);
+    const Word ab = a ^ b;
+    const Word t2 = big_sigma0(a) + (b ^ (ab & bc));
+    bc = ab;
     d += t1;
     h = t1 + t2;
 }
 
-template <std::size_t i>
-OSTR_INLINE void round256(std::uint32_t* v, std::uint32_t* w, const std::uint64_t* m) noexcept {
-    using std::rotr;
-    if constexpr (i < 16) {
-        w[i] = static_cast<std::uint32_t>(i % 2 == 0 ? m[i / 2] >> 32 : m[i / 2]);
-    } else {
-        const std::uint32_t x = w[(i - 15) & 15], y = w[(i - 2) & 15];
-        w[i & 15] += (rotr(y, 17) ^ rotr(y, 19) ^ (y >> 10)) + w[(i - 7) & 15] +
-                     (rotr(x, 7) ^ rotr(x, 18) ^ (x >> 3));
-    }
-    const std::uint32_t a = v[(0 - i) & 7], b = v[(1 - i) & 7], c = v[(2 - i) & 7];
-    const std::uint32_t e = v[(4 - i) & 7], f = v[(5 - i) & 7], g = v[(6 - i) & 7];
-    std::uint32_t& d = v[(3 - i) & 7];
-    std::uint32_t& h = v[(7 - i) & 7];
-    const std::uint32_t t1 = h + (rotr(e, 6) ^ rotr(e, 11) ^ rotr(e, 25)) + (g ^ (e & (f ^ g))) +
-                             k256[i] + w[i & 15];
-    const std::uint32_t t2 = (rotr(a, 2) ^ rotr(a, 13) ^ rotr(a, 22)) + ((a & b) | (c & (a | b)));
-    d += t1;
-    h = t1 + t2;
+template <std::size_t i, class Word>
+OSTR_INLINE void eight_rounds(Word& a, Word& b, Word& c, Word& d, Word& e, Word& f, Word& g, Word& h,
+                              Word* w, const Word* k, Word& bc) noexcept {
+    round<i + 0, Word>(a, b, c, d, e, f, g, h, w, k, bc);
+    round<i + 1, Word>(h, a, b, c, d, e, f, g, w, k, bc);
+    round<i + 2, Word>(g, h, a, b, c, d, e, f, w, k, bc);
+    round<i + 3, Word>(f, g, h, a, b, c, d, e, w, k, bc);
+    round<i + 4, Word>(e, f, g, h, a, b, c, d, w, k, bc);
+    round<i + 5, Word>(d, e, f, g, h, a, b, c, w, k, bc);
+    round<i + 6, Word>(c, d, e, f, g, h, a, b, w, k, bc);
+    round<i + 7, Word>(b, c, d, e, f, g, h, a, w, k, bc);
 }
 
-template <std::size_t... I>
-OSTR_INLINE void rounds512(std::uint64_t* v, std::uint64_t* w, const std::uint64_t* m,
-                           std::index_sequence<I...>) noexcept {
-    (round512<I>(v, w, m), ...);
-}
-
-template <std::size_t... I>
-OSTR_INLINE void rounds256(std::uint32_t* v, std::uint32_t* w, const std::uint64_t* m,
-                           std::index_sequence<I...>) noexcept {
-    (round256<I>(v, w, m), ...);
+// All rounds of one block, fully unrolled; the state is updated in place.
+template <class Word, std::size_t... I>
+OSTR_INLINE void block_rounds(Word* state, Word* w, const Word* k, std::index_sequence<I...>) noexcept {
+    Word a = state[0], b = state[1], c = state[2], d = state[3];
+    Word e = state[4], f = state[5], g = state[6], h = state[7];
+    Word bc = b ^ c;
+    (eight_rounds<8 * I, Word>(a, b, c, d, e, f, g, h, w, k, bc), ...);
+    state[0] += a, state[1] += b, state[2] += c, state[3] += d;
+    state[4] += e, state[5] += f, state[6] += g, state[7] += h;
 }
 
 // Every 1024-bit block of the padded message: sixteen 64-bit words.
-void compress512(std::uint64_t* state, const std::uint64_t* m, std::size_t blocks) noexcept {
+template <int variant>
+OSTR_INLINE void compress512_body(std::uint64_t* state, const std::uint64_t* m, std::size_t blocks) noexcept {
+    const std::uint64_t* k = opaque(k512);
     for (std::size_t blk = 0; blk < blocks; ++blk, m += 16) {
-        std::uint64_t v[8], w[16];
-        for (int k = 0; k < 8; ++k) v[k] = state[k];
-        rounds512(v, w, m, std::make_index_sequence<80>{});
-        for (int k = 0; k < 8; ++k) state[k] += v[k];
+        std::uint64_t w[16];
+        std::memcpy(w, m, sizeof w);
+        block_rounds(state, w, k, std::make_index_sequence<10>{});
     }
+}
+
+// The same code compiled twice: with BMI2 the compiler can use the
+// three-operand rotate (rorx) and saves most register copies, about a fifth
+// of the instructions. The processor is asked once.
+[[gnu::target("bmi2")]] void compress512_bmi2(std::uint64_t* state, const std::uint64_t* m, std::size_t blocks) noexcept {
+    compress512_body<1>(state, m, blocks);
+}
+void compress512_plain(std::uint64_t* state, const std::uint64_t* m, std::size_t blocks) noexcept {
+    compress512_body<0>(state, m, blocks);
+}
+
+void compress512(std::uint64_t* state, const std::uint64_t* m, std::size_t blocks) noexcept {
+    static const bool bmi2 = __builtin_cpu_supports("bmi2");
+    (bmi2 ? compress512_bmi2 : compress512_plain)(state, m, blocks);
 }
 
 // Every 512-bit block: eight 64-bit words, each two big-endian 32-bit words.
 void compress256(std::uint32_t* state, const std::uint64_t* m, std::size_t blocks) noexcept {
+    const std::uint32_t* k = opaque(k256);
     for (std::size_t blk = 0; blk < blocks; ++blk, m += 8) {
-        std::uint32_t v[8], w[16];
-        for (int k = 0; k < 8; ++k) v[k] = state[k];
-        rounds256(v, w, m, std::make_index_sequence<64>{});
-        for (int k = 0; k < 8; ++k) state[k] += v[k];
+        std::uint32_t w[16];
+        for (int k = 0; k < 8; ++k) {
+            w[2 * k] = static_cast<std::uint32_t>(m[k] >> 32);
+            w[2 * k + 1] = static_cast<std::uint32_t>(m[k]);
+        }
+        block_rounds(state, w, k, std::make_index_sequence<8>{});
     }
 }
 

@@ -63,7 +63,7 @@ OwnedText hash_with_salt(std::string_view secret, std::string_view salt) noexcep
     const Joined message(secret, salt);
     if (!message) return nullptr;
     const OwnedText digest = sha512_hex(message.bytes());
-    OwnedText out(static_cast<char*>(mem_alloc(2 * len + 128 + 2 + 1)));
+    OwnedText out(static_cast<char*>(mem_calloc(2 * len + 128 + 2 + 1, 1)));
     if (!digest || !out) return nullptr;
     char* o = out.get();
     for (const char c : salt) o = (put_hex2(o, static_cast<unsigned char>(c)), o + 2);
@@ -88,7 +88,8 @@ OwnedText salt_from_hash(std::string_view stored) noexcept {
     if (k < 0) return nullptr;
     const std::size_t len = min_salt + static_cast<std::size_t>(k);
     if (n != 2 * len + 130) return nullptr;
-    OwnedText salt(static_cast<char*>(mem_alloc(len + 1)));
+    // Zero-filled: a refusal half-way releases a terminated text.
+    OwnedText salt(static_cast<char*>(mem_calloc(len + 1, 1)));
     if (!salt) return salt;
     for (std::size_t i = 0; i < len; ++i) {
         const int b = hex2(stored.data() + 2 * i);

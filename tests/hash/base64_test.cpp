@@ -105,7 +105,9 @@ TEST(Base64, DecoderRules) {
     EXPECT_EQ(decode(nullptr), "<fail>");
     EXPECT_EQ(decode("Zm9vYg~~", "-_", '~'), "foob");
     EXPECT_EQ(decode("Zm9vYg==", "-_", '\0'), "<fail>");  // no padding character in this alphabet
-    EXPECT_EQ(Base64Decoding("Zm9v", nullptr) != nullptr, true);
+    unsigned char* b = Base64Decoding("Zm9v", nullptr);  // the count may be left out
+    EXPECT_NE(b, nullptr);
+    FreeBlock(b);
 }
 
 TEST(Base64, RefusedAlphabets) {

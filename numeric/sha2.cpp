@@ -170,11 +170,11 @@ OSTR_INLINE Word schedule(Word* w) noexcept {
 // One round. Callers rotate the roles of the eight variables instead of
 // moving them: round i+1 is called as (h, a, b, c, d, e, f, g). Maj(a,b,c)
 // is written as b ^ ((a ^ b) & (b ^ c)), and b ^ c is the previous round's
-// a ^ b, carried in ab.
+// a ^ b, carried from round to round in bc (c itself is then not needed).
 template <std::size_t i, class Word>
 OSTR_INLINE void round(Word a, Word b, [[maybe_unused]] Word c, Word& d, Word e, Word f, Word g, Word& h, Word* w,
                        const Word* k, Word& bc) noexcept {
-    const Word t1 = h + big_sigma1(e) + (g ^ (e & (f ^ g))) + k[i] + schedule<i>(w);
+    const Word t1 = big_sigma1(e) + ((g ^ (e & (f ^ g))) + (h + k[i] + schedule<i>(w)));
     const Word ab = a ^ b;
     const Word t2 = big_sigma0(a) + (b ^ (ab & bc));
     bc = ab;
@@ -207,7 +207,6 @@ OSTR_INLINE void block_rounds(Word* state, Word* w, const Word* k, std::index_se
 }
 
 // Every 1024-bit block of the padded message: sixteen 64-bit words.
-template <int variant>
 OSTR_INLINE void compress512_body(std::uint64_t* state, const std::uint64_t* m, std::size_t blocks) noexcept {
     const std::uint64_t* k = opaque(k512);
     for (std::size_t blk = 0; blk < blocks; ++blk, m += 16) {
@@ -217,29 +216,36 @@ OSTR_INLINE void compress512_body(std::uint64_t* state, const std::uint64_t* m, 
     }
 }
 
+#if defined(__x86_64__) || defined(__i386__)
 // The same code compiled twice: with BMI2 the compiler can use the
-// three-operand rotate (rorx) and saves most register copies, about a fifth
-// of the instructions. The processor is asked once.
-[[gnu::target("bmi2")]] void compress512_bmi2(std::uint64_t* state, const std::uint64_t* m, std::size_t blocks) noexcept {
-    compress512_body<1>(state, m, blocks);
+// three-operand rotate (rorx), which saves the register copies in front of
+// rotations, about a tenth of the instructions. The processor is asked once.
+[[gnu::target("bmi2")]] void compress512_bmi2(std::uint64_t* state, const std::uint64_t* m,
+                                              std::size_t blocks) noexcept {
+    compress512_body(state, m, blocks);
 }
 void compress512_plain(std::uint64_t* state, const std::uint64_t* m, std::size_t blocks) noexcept {
-    compress512_body<0>(state, m, blocks);
+    compress512_body(state, m, blocks);
 }
 
 void compress512(std::uint64_t* state, const std::uint64_t* m, std::size_t blocks) noexcept {
     static const bool bmi2 = __builtin_cpu_supports("bmi2");
     (bmi2 ? compress512_bmi2 : compress512_plain)(state, m, blocks);
 }
+#else
+void compress512(std::uint64_t* state, const std::uint64_t* m, std::size_t blocks) noexcept {
+    compress512_body(state, m, blocks);
+}
+#endif
 
 // Every 512-bit block: eight 64-bit words, each two big-endian 32-bit words.
 void compress256(std::uint32_t* state, const std::uint64_t* m, std::size_t blocks) noexcept {
     const std::uint32_t* k = opaque(k256);
     for (std::size_t blk = 0; blk < blocks; ++blk, m += 8) {
         std::uint32_t w[16];
-        for (int k = 0; k < 8; ++k) {
-            w[2 * k] = static_cast<std::uint32_t>(m[k] >> 32);
-            w[2 * k + 1] = static_cast<std::uint32_t>(m[k]);
+        for (int j = 0; j < 8; ++j) {
+            w[2 * j] = static_cast<std::uint32_t>(m[j] >> 32);
+            w[2 * j + 1] = static_cast<std::uint32_t>(m[j]);
         }
         block_rounds(state, w, k, std::make_index_sequence<8>{});
     }

@@ -54,8 +54,9 @@ TEST(SaltedHash, MalformedStoredTextsFail) {
             EXPECT_FALSE(TestAgainstSaltedHash("pw", bad.c_str())) << n << c;
         }
     }
-    for (const char* t : {"", "0", "00", "ff", "zz", "GG", (good.substr(0, 2) + good).c_str()})
-        EXPECT_EQ(SaltFromHash(t), nullptr) << t;
+    for (const std::string& t : {std::string(), std::string("0"), std::string("00"), std::string("ff"),
+                                std::string("zz"), good.substr(0, 2) + good})
+        EXPECT_EQ(SaltFromHash(t.c_str()), nullptr) << t;
     EXPECT_EQ(SaltFromHash(("00" + good.substr(2)).c_str()), nullptr);  // a zero salt byte
     EXPECT_FALSE(TestAgainstSaltedHash(nullptr, good.c_str()));
     EXPECT_FALSE(TestAgainstSaltedHash("pw", nullptr));

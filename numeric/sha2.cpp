@@ -229,7 +229,8 @@ void compress512_plain(std::uint64_t* state, const std::uint64_t* m, std::size_t
 }
 
 void compress512(std::uint64_t* state, const std::uint64_t* m, std::size_t blocks) noexcept {
-    static const bool bmi2 = __builtin_cpu_supports("bmi2");
+    // cpu_init first: the answer must be right even during static initialisation.
+    static const bool bmi2 = (__builtin_cpu_init(), __builtin_cpu_supports("bmi2"));
     (bmi2 ? compress512_bmi2 : compress512_plain)(state, m, blocks);
 }
 #else

@@ -179,12 +179,14 @@ private:
         if (jumps_[b + open] != t.size() - 1 - open || !scan::is_plain_name(t.substr(0, open)))
             return std::nullopt;
         std::size_t ab = b + open + 1, ae = e - 1;
-        std::vector<std::uint32_t> args;
+        std::vector<std::uint32_t> args, piece_bounds;
         if (ae > ab) {
             std::size_t start = ab;
             for (std::string_view piece : scan::split_commas(text_.substr(ab, ae - ab), jumps_.subspan(ab, ae - ab))) {
                 start = piece.data() - text_.data();
                 args.push_back(compile(start, start + piece.size()));
+                piece_bounds.push_back(static_cast<std::uint32_t>(start));
+                piece_bounds.push_back(static_cast<std::uint32_t>(start + piece.size()));
             }
         }
         std::uint32_t n = node(NodeKind::call, b, e);
@@ -192,6 +194,9 @@ private:
         c_.nodes[n].first = static_cast<std::uint32_t>(c_.kids.size());
         c_.nodes[n].count = static_cast<std::uint32_t>(args.size());
         c_.kids.insert(c_.kids.end(), args.begin(), args.end());
+        // Then the start and end of each argument text as written, which
+        // the argument's own node no longer holds once its brackets are off.
+        c_.kids.insert(c_.kids.end(), piece_bounds.begin(), piece_bounds.end());
         return n;
     }
 
@@ -388,15 +393,27 @@ private:
         std::string_view fname = text(n.begin, n.aux);
         auto it = g_.builtins.find(fname);
         if (it == g_.builtins.end()) return atom(text(n));
-        if (it->second.arity >= 0 && static_cast<std::uint32_t>(it->second.arity) != n.count)
-            return Value::failure();
+        const Builtin& b = it->second;
+        if (b.arity >= 0 && static_cast<std::uint32_t>(b.arity) != n.count) return Value::failure();
         std::vector<Value> args;
-        args.reserve(n.count);
-        for (std::uint32_t k = 0; k < n.count; ++k) {
-            args.push_back(eval(kid(n, k)));
-            if (args.back().is_error()) return std::move(args.back());
+        if (b.evaluate_arguments) {
+            args.reserve(n.count);
+            for (std::uint32_t k = 0; k < n.count; ++k) {
+                args.push_back(eval(kid(n, k)));
+                if (args.back().is_error()) return std::move(args.back());
+            }
         }
-        return it->second.fn(args, env_);
+        if (b.fn) return b.fn(args, env_);
+        std::string_view pieces[8];
+        std::vector<std::string_view> many;
+        std::span<std::string_view> texts(pieces, n.count <= 8 ? n.count : 0);
+        if (n.count > 8) {
+            many.resize(n.count);
+            texts = many;
+        }
+        for (std::uint32_t k = 0; k < n.count; ++k)
+            texts[k] = text(c_.kids[n.first + n.count + 2 * k], c_.kids[n.first + n.count + 2 * k + 1]);
+        return b.call_fn(Call{text(n), texts, env_}, args);
     }
 
     Value atom(std::string_view t) {
@@ -463,10 +480,13 @@ std::vector<Value> evaluate_list(std::string_view text, Arbenv* env) {
     return out;
 }
 
-bool register_builtin(std::string_view signature, BuiltinFn fn) {
+namespace {
+
+// The arity of the signature goes into the entry.
+bool register_entry(std::string_view signature, Builtin entry) {
     Globals* g = globals();
     std::size_t open = signature.find('(');
-    if (!g || !fn || open == std::string_view::npos || signature.back() != ')') return false;
+    if (!g || open == std::string_view::npos || signature.back() != ')') return false;
     std::string_view name = signature.substr(0, open), count = signature.substr(open + 1, signature.size() - open - 2);
     if (!scan::is_plain_name(name)) return false;
     int arity = -1;
@@ -477,8 +497,21 @@ bool register_builtin(std::string_view signature, BuiltinFn fn) {
             arity = arity * 10 + (c - '0');
         }
     }
-    g->builtins.insert_or_assign(Text(name), Builtin{arity, fn});
+    entry.arity = arity;
+    g->builtins.insert_or_assign(Text(name), std::move(entry));
     return true;
+}
+
+}  // namespace
+
+bool register_builtin(std::string_view signature, BuiltinFn fn) {
+    if (!fn) return false;
+    return register_entry(signature, Builtin{-1, fn, nullptr, true});
+}
+
+bool register_builtin(std::string_view signature, CallFn fn, bool evaluate_arguments) {
+    if (!fn) return false;
+    return register_entry(signature, Builtin{-1, nullptr, fn, evaluate_arguments});
 }
 
 CacheStats cache_stats() noexcept {

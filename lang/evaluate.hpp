@@ -34,6 +34,20 @@ struct OperandTexts {
 using BinaryHandler = Value (*)(Value& left, Value& right, char op, Arbenv* env, const OperandTexts& texts);
 using BuiltinFn = Value (*)(std::span<Value> args, Arbenv* env);
 
+// What a built-in sees of its own call: the call as written ("max(1,y)",
+// which a call whose arguments are not all numbers keeps as its formula),
+// the argument texts as written (cut at the depth-zero commas) and the
+// environment.
+struct Call {
+    std::string_view text;
+    std::span<const std::string_view> args;
+    Arbenv* env;
+};
+// A built-in that sees its call. `values` holds the evaluated arguments, or
+// nothing when the built-in was registered to take its argument texts
+// unevaluated (sum, int, root: an expression in a bound variable).
+using CallFn = Value (*)(const Call& call, std::span<Value> values);
+
 // What the layers above fill in at start-up. Every hook may stay null.
 struct Hooks {
     // The object a plain name stands for, or null for a free name. Null
@@ -61,6 +75,10 @@ std::vector<Value> evaluate_list(std::string_view text, Arbenv* env);
 // count ("max()"). A signature of a registered name replaces it. False for a
 // malformed signature or when the globals are not built.
 bool register_builtin(std::string_view signature, BuiltinFn fn);
+// The same for a built-in that sees its call; with evaluate_arguments false
+// it receives no values and evaluates the argument texts itself. An error
+// among evaluated arguments is the call's value before the built-in runs.
+bool register_builtin(std::string_view signature, CallFn fn, bool evaluate_arguments = true);
 
 // Statistics of the analysis cache (analysed texts are kept by text, so a
 // repeated expression is scanned once).

@@ -23,6 +23,10 @@ bool initialize_globals(const char* init_script, std::uint32_t flag) {
     if (!block) return false;
     the_globals = new (block) Globals();
     fill_binary_table(*the_globals);
+    if (!register_predefined_functions()) {
+        terminate_globals();
+        return false;
+    }
     the_globals->init_script = Text(init_script ? init_script : "");
     the_globals->init_flag = flag;
     if (!persist::initialize_type_map()) {

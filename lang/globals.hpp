@@ -26,6 +26,8 @@ struct TextEq {
 struct Builtin {
     int arity = -1;  // -1: any number of arguments
     BuiltinFn fn = nullptr;
+    CallFn call_fn = nullptr;  // set instead of fn for a built-in that sees its call
+    bool evaluate_arguments = true;
 };
 
 
@@ -45,6 +47,8 @@ Globals* globals() noexcept;
 bool initialize_globals(const char* init_script, std::uint32_t flag);
 void terminate_globals() noexcept;
 
+// Registers the predefined functions (builtins.cpp).
+bool register_predefined_functions();
 // Fills the binary operation table (binary.cpp).
 void fill_binary_table(Globals& g);
 // The handler of every cell that holds no meaningful pair.

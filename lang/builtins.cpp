@@ -1,0 +1,343 @@
+// The predefined functions: one table row per function (registration text,
+// adapter, help entry) and one adapter per argument shape, so that argument
+// counting, conversion, the formula fallback and the error rules are
+// written once per shape. The numeric work is the numeric library's.
+#include "lang/builtins.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <vector>
+
+#include "lang/globals.hpp"
+#include "lang/numtext.hpp"
+#include "ostravine/hash.h"
+#include "ostravine/special.h"
+#include "script/environment.hpp"
+
+namespace ostr::lang {
+namespace builtin {
+
+Value written(Complex c, const Call& call) {
+    if (!std::isfinite(c.re) || !std::isfinite(c.im)) return Value::formula_of(Text(call.text));
+    double re = 0, im = 0;
+    // The text of a finite double at 15 digits always reads back; the sum
+    // with +0 turns a -0 into 0 when the text of a part is "0".
+    (void)text::read_number(text::number_text(c.re, 15).view(), re);
+    (void)text::read_number(text::number_text(c.im, 15).view(), im);
+    return Value::number({re + 0.0, im + 0.0});
+}
+
+Args as_number(const Value& v, Complex* out) {
+    switch (v.kind) {
+    case Value::Kind::number: *out = v.num; return Args::numbers;
+    case Value::Kind::formula:
+    case Value::Kind::pair:
+        if (formula::is_number(v.text.re, &out->re) && formula::is_number(v.text.im, &out->im)) return Args::numbers;
+        return Args::formula;
+    case Value::Kind::error:
+    case Value::Kind::object: return Args::invalid;
+    }
+    return Args::invalid;
+}
+
+// An empty argument text (as in "hypot(1,)") makes the list malformed.
+bool malformed(const Call& call) {
+    return std::any_of(call.args.begin(), call.args.end(), [](std::string_view a) { return a.empty(); });
+}
+
+std::optional<Value> numbers(const Call& call, std::span<Value> values, Complex* z) {
+    if (malformed(call)) return Value::failure();
+    bool formula = false;
+    for (std::size_t k = 0; k < values.size(); ++k) {
+        switch (as_number(values[k], &z[k])) {
+        case Args::numbers: break;
+        case Args::formula: formula = true; break;
+        case Args::invalid: return values[k].is_error() ? Value::failure(values[k].error) : Value::failure();
+        }
+    }
+    if (formula) return Value::formula_of(Text(call.text));
+    return std::nullopt;
+}
+
+bool as_real(Complex z, double* out) {
+    if (z.im != 0 && !(std::fabs(z.im) <= 1e-15 * std::fabs(z.re))) return false;
+    *out = z.re;
+    return true;
+}
+
+}  // namespace builtin
+
+namespace {
+
+using builtin::Args;
+using builtin::numbers;
+using builtin::written;
+
+// The arguments as numbers that are meant as real.
+std::optional<Value> reals(const Call& call, std::span<Value> values, double* x) {
+    Complex z[3];
+    if (auto v = numbers(call, values, z)) return v;
+    for (std::size_t k = 0; k < values.size(); ++k)
+        if (!builtin::as_real(z[k], &x[k])) return Value::failure();
+    return std::nullopt;
+}
+
+// A real result: NaN marks an argument outside the domain (an error word),
+// an infinity an overflow (the call's text).
+Value real_result(double r, const Call& call) {
+    if (std::isnan(r)) return Value::failure();
+    return written({r, 0}, call);
+}
+
+using ComplexFn = Complex* (*)(Complex*, const Complex*);
+using Complex2Fn = Complex* (*)(Complex*, const Complex*, const Complex*);
+using PartFn = double (*)(const Complex*);
+using Real1Fn = double (*)(double);
+using Real2Fn = double (*)(double, double);
+using Real3Fn = double (*)(double, double, double);
+using StatisticFn = double (*)(const double*);
+
+// Shape: one complex argument, complex result (the elementary functions and
+// the rounding family). Any non-finite part is the call's text.
+template <ComplexFn F>
+Value complex1(const Call& call, std::span<Value> values) {
+    Complex z[1];
+    if (auto v = numbers(call, values, z)) return std::move(*v);
+    Complex r;
+    return written(*F(&r, &z[0]), call);
+}
+
+template <Complex2Fn F>
+Value complex2(const Call& call, std::span<Value> values) {
+    Complex z[2];
+    if (auto v = numbers(call, values, z)) return std::move(*v);
+    Complex r;
+    return written(*F(&r, &z[0], &z[1]), call);
+}
+
+// Shape: one complex argument, real result (abs, arg, re, im).
+template <PartFn F>
+Value part(const Call& call, std::span<Value> values) {
+    Complex z[1];
+    if (auto v = numbers(call, values, z)) return std::move(*v);
+    return written({F(&z[0]), 0}, call);
+}
+
+// Shape: real arguments, real result (the special functions and the
+// integer functions of the numeric library).
+template <Real1Fn F>
+Value real1(const Call& call, std::span<Value> values) {
+    double x[1];
+    if (auto v = reals(call, values, x)) return std::move(*v);
+    return real_result(F(x[0]), call);
+}
+
+template <Real2Fn F>
+Value real2(const Call& call, std::span<Value> values) {
+    double x[2];
+    if (auto v = reals(call, values, x)) return std::move(*v);
+    return real_result(F(x[0], x[1]), call);
+}
+
+template <Real3Fn F>
+Value real3(const Call& call, std::span<Value> values) {
+    double x[3];
+    if (auto v = reals(call, values, x)) return std::move(*v);
+    return real_result(F(x[0], x[1], x[2]), call);
+}
+
+// Shape: one or more arguments, of which only the real parts count. An
+// argument counts when the text of its real part is a number, whatever its
+// imaginary part; otherwise the call stays a formula. The routine works on
+// a counted vector (slot 0 holds the count).
+template <StatisticFn F>
+Value statistic(const Call& call, std::span<Value> values) {
+    if (values.empty() || builtin::malformed(call)) return Value::failure();
+    std::vector<double> v(values.size() + 1);
+    v[0] = static_cast<double>(values.size());
+    bool formula = false;
+    for (std::size_t k = 0; k < values.size(); ++k) {
+        const Value& a = values[k];
+        if (a.kind == Value::Kind::number)
+            v[k + 1] = a.num.re;
+        else if (a.kind == Value::Kind::object)
+            return Value::failure();
+        else if (!formula::is_number(a.text.re, &v[k + 1]))
+            formula = true;
+    }
+    if (formula) return Value::formula_of(Text(call.text));
+    return real_result(F(v.data()), call);
+}
+
+double real_part(const Complex* z) { return z->re; }
+double imaginary_part(const Complex* z) { return z->im; }
+double arctan2(double y, double x) { return std::atan2(y, x); }
+double hypotenuse(double x, double y) { return std::hypot(x, y); }
+
+// The generator state of the session: the seed of the top-level
+// environment, so that a saved session continues the same sequence.
+std::int32_t* session_seed(Arbenv* env) {
+    while (env->parent) env = env->parent;
+    return &env->random_seed;
+}
+
+// A part is drawn only when the two bounds differ in it: rand(0,1) draws
+// once, rand(0,1+i) twice.
+Value rand(const Call& call, std::span<Value> values) {
+    Complex z[2];
+    if (auto v = numbers(call, values, z)) return std::move(*v);
+    std::int32_t* seed = session_seed(call.env);
+    Complex r = z[0];
+    if (z[0].re != z[1].re) r.re = RandomReal(z[0].re, z[1].re, seed);
+    if (z[0].im != z[1].im) r.im = RandomReal(z[0].im, z[1].im, seed);
+    return written(r, call);
+}
+
+bool as_int32(double v, std::int32_t* out) {
+    if (!(v == std::floor(v)) || std::fabs(v) > 2147483647.0) return false;
+    *out = static_cast<std::int32_t>(v);
+    return true;
+}
+
+// Each part between its two bounds, both included; the bounds must be
+// integers within +-(2^31 - 1) and may come in either order.
+Value randint(const Call& call, std::span<Value> values) {
+    Complex z[2];
+    if (auto v = numbers(call, values, z)) return std::move(*v);
+    std::int32_t a[4];
+    if (!as_int32(z[0].re, &a[0]) || !as_int32(z[1].re, &a[1]) || !as_int32(z[0].im, &a[2]) ||
+        !as_int32(z[1].im, &a[3]))
+        return Value::failure();
+    std::int32_t* seed = session_seed(call.env);
+    Complex r = z[0];
+    if (a[0] != a[1]) r.re = RandomInteger(std::min(a[0], a[1]), std::max(a[0], a[1]), seed);
+    if (a[2] != a[3]) r.im = RandomInteger(std::min(a[2], a[3]), std::max(a[2], a[3]), seed);
+    return written(r, call);
+}
+
+struct Row {
+    HelpEntry help;
+    CallFn fn;
+    bool evaluate_arguments = true;
+};
+
+// The table, in alphabetical order. Each example's answer is checked by a
+// test through the evaluator.
+const Row rows[] = {
+    {{"abs(1)", "abs(z)", "absolute value (modulus) of z", "abs(3+4*i)", "5"}, part<AbsC>},
+    {{"airya(1)", "airya(x)", "Airy function Ai of the first kind at real x", "airya(1)", "0.135292416312881"},
+     real1<AiryAi>},
+    {{"airyb(1)", "airyb(x)", "Airy function Bi of the second kind at real x", "airyb(1)", "1.20742359495287"},
+     real1<AiryBi>},
+    {{"arccos(1)", "arccos(z)", "inverse cosine (principal value)", "arccos(0.5)", "1.0471975511966"},
+     complex1<ArccosC>},
+    {{"arccosh(1)", "arccosh(z)", "inverse hyperbolic cosine", "arccosh(2)", "1.31695789692482"},
+     complex1<ArccoshC>},
+    {{"arcsin(1)", "arcsin(z)", "inverse sine (principal value)", "arcsin(2)", "1.5707963267949-1.31695789692482*i"},
+     complex1<ArcsinC>},
+    {{"arcsinh(1)", "arcsinh(z)", "inverse hyperbolic sine", "arcsinh(1)", "0.881373587019543"},
+     complex1<ArcsinhC>},
+    {{"arctan(1)", "arctan(z)", "inverse tangent (principal value)", "arctan(1)", "0.785398163397448"},
+     complex1<ArctanC>},
+    {{"arctan2(2)", "arctan2(y,x)", "angle of the point (x,y) from the positive x axis, in (-pi, pi]",
+      "arctan2(1,-1)", "2.35619449019234"},
+     real2<arctan2>},
+    {{"arctanh(1)", "arctanh(z)", "inverse hyperbolic tangent", "arctanh(0.5)", "0.549306144334055"},
+     complex1<ArctanhC>},
+    {{"arg(1)", "arg(z)", "phase of z in (-pi, pi]", "arg(-1)", "3.14159265358979"}, part<PhaC>},
+    {{"besseli(2)", "besseli(x,nu)", "modified Bessel function I of real order nu at real x", "besseli(1,0)",
+      "1.26606587775201"},
+     real2<BesselI>},
+    {{"besselj(2)", "besselj(x,nu)", "Bessel function J of real order nu at real x", "besselj(2.5,1)",
+      "0.497094102464274"},
+     real2<BesselJ>},
+    {{"besselk(2)", "besselk(x,nu)", "modified Bessel function K of real order nu at real x > 0", "besselk(1,0.5)",
+      "0.461068504447895"},
+     real2<BesselK>},
+    {{"bessely(2)", "bessely(x,nu)", "Bessel function Y of real order nu at real x > 0", "bessely(1,0)",
+      "0.0882569642156769"},
+     real2<BesselY>},
+    {{"ceil(1)", "ceil(z)", "smallest integer not below each part", "ceil(1.2-1.5*i)", "2-i"}, complex1<CeilC>},
+    {{"comb(2)", "comb(n,k)", "binomial coefficient n!/(k!(n-k)!), the number of k-subsets of n things",
+      "comb(5,2)", "10"},
+     real2<Comb>},
+    {{"cos(1)", "cos(z)", "cosine", "cos(1)", "0.54030230586814"}, complex1<CosC>},
+    {{"cosh(1)", "cosh(z)", "hyperbolic cosine", "cosh(1)", "1.54308063481524"}, complex1<CoshC>},
+    {{"deriv()", "deriv(f(x),x,a)", "derivative of f at x=a (kept as its text for now)", "deriv(x^2,x,3)",
+      "deriv(x^2,x,3)"},
+     builtin::deriv, false},
+    {{"exp(1)", "exp(z)", "exponential", "exp(1)", "2.71828182845905"}, complex1<ExpCC>},
+    {{"floor(1)", "floor(z)", "largest integer not above each part", "floor(-1.5+2.5*i)", "-2+2*i"},
+     complex1<FloorC>},
+    {{"gcd(2)", "gcd(n1,n2)", "greatest common divisor of two integers", "gcd(12,18)", "6"}, real2<Gcd>},
+    {{"hypot(2)", "hypot(x,y)", "sqrt(x^2+y^2) without overflow", "hypot(3,4)", "5"}, real2<hypotenuse>},
+    {{"im(1)", "im(z)", "imaginary part", "im(3+4*i)", "4"}, part<imaginary_part>},
+    {{"int()", "int(f(x),x,x1,x2,n)", "integral of f from x1 to x2, starting from n intervals (n may be left out)",
+      "int(x^2,x,0,3)", "9"},
+     builtin::integral, false},
+    {{"legendre(3)", "legendre(x,l,m)", "associated Legendre function P(l,m) at |x| <= 1, with (-1)^m",
+      "legendre(0.5,2,1)", "-1.29903810567666"},
+     real3<Legendre>},
+    {{"ln(1)", "ln(z)", "natural logarithm (principal value)", "ln(-1)", "3.14159265358979*i"}, complex1<LogC>},
+    {{"log(1)", "log(z)", "logarithm to base 10", "log(1000)", "3"}, complex1<Log10C>},
+    {{"max()", "max(x1,x2,...)", "largest real part", "max(3,7,5)", "7"}, statistic<Max>},
+    {{"mean()", "mean(x1,x2,...)", "arithmetic mean of the real parts", "mean(1,2,3,4)", "2.5"}, statistic<Mean>},
+    {{"median()", "median(x1,x2,...)", "median of the real parts", "median(3,1,4,1,5)", "3"}, statistic<Median>},
+    {{"min()", "min(x1,x2,...)", "smallest real part", "min(3,7,5)", "3"}, statistic<Min>},
+    {{"mod(2)", "mod(a,n)", "remainder a-n*floor(a/n), with the sign of n", "mod(-7,3)", "2"}, complex2<ModC>},
+    {{"perm(2)", "perm(n,k)", "n!/(n-k)!, the number of ordered k-subsets of n things", "perm(5,2)", "20"},
+     real2<Perm>},
+    {{"prod()", "prod(f(n),n,i1,i2)", "product of f(n) for the integers n from i1 to i2", "prod(n,n,1,5)", "120"},
+     builtin::prod, false},
+    {{"rand(2)", "rand(z1,z2)", "random number between z1 and z2, part by part", "rand(2,2)", "2"}, rand},
+    {{"randint(2)", "randint(z1,z2)", "random integer between z1 and z2 (both included), part by part",
+      "randint(7,7)", "7"},
+     randint},
+    {{"re(1)", "re(z)", "real part", "re(3+4*i)", "3"}, part<real_part>},
+    {{"root()", "root(f(x),x1,x2)", "a root of f(x) between x1 and x2, where f changes sign", "root(x^2-2,0,2)",
+      "1.41421356237309"},
+     builtin::root, false},
+    {{"round(1)", "round(z)", "each part to the nearest integer, halves away from zero", "round(2.5-0.5*i)", "3-i"},
+     complex1<RoundC>},
+    {{"sign(1)", "sign(z)", "z/abs(z), and 0 for 0", "sign(-3)", "-1"}, complex1<SignC>},
+    {{"sin(1)", "sin(z)", "sine", "sin(1)", "0.841470984807897"}, complex1<SinC>},
+    {{"sinh(1)", "sinh(z)", "hyperbolic sine", "sinh(1)", "1.1752011936438"}, complex1<SinhC>},
+    {{"sqrt(1)", "sqrt(z)", "square root (principal value)", "sqrt(-4)", "2*i"}, complex1<SqrtC>},
+    {{"sum()", "sum(f(n),n,i1,i2)", "sum of f(n) for the integers n from i1 to i2", "sum(n^2,n,1,10)", "385"},
+     builtin::sum, false},
+    {{"tan(1)", "tan(z)", "tangent", "tan(1)", "1.5574077246549"}, complex1<TanC>},
+    {{"tanh(1)", "tanh(z)", "hyperbolic tangent", "tanh(1)", "0.761594155955765"}, complex1<TanhC>},
+    {{"variance()", "variance(x1,x2,...)", "sample variance (divisor n-1) of the real parts", "variance(1,2,3,4)",
+      "1.66666666666667"},
+     statistic<Variance>},
+};
+
+const HelpEntry* help_table() {
+    static const auto table = [] {
+        std::array<HelpEntry, std::size(rows)> t{};
+        for (std::size_t k = 0; k < std::size(rows); ++k) t[k] = rows[k].help;
+        return t;
+    }();
+    return table.data();
+}
+
+std::string_view name_of(std::string_view signature) { return signature.substr(0, signature.find('(')); }
+
+}  // namespace
+
+std::span<const HelpEntry> help_entries() noexcept { return {help_table(), std::size(rows)}; }
+
+const HelpEntry* find_help(std::string_view name) noexcept {
+    for (const HelpEntry& h : help_entries())
+        if (name_of(h.signature) == name) return &h;
+    return nullptr;
+}
+
+bool register_predefined_functions() {
+    for (const Row& r : rows)
+        if (!register_builtin(r.help.signature, r.fn, r.evaluate_arguments)) return false;
+    return true;
+}
+
+}  // namespace ostr::lang

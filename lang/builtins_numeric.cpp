@@ -5,6 +5,7 @@
 // holds the bound variable as a number; its analysis is cached by text, so
 // each evaluation only looks the text up.
 #include <cmath>
+#include <cstdint>
 #include <vector>
 
 #include "lang/builtins.hpp"
@@ -21,6 +22,16 @@ namespace {
 constexpr double max_terms = 1e6;
 // Initial intervals of int: more would only spend time.
 constexpr double max_intervals = 10000;
+// Samples of the expression, over all numerical built-ins nested in one
+// outermost call (sum inside sum inside int ...): past this the call answers
+// ">invalid_expression<", so that nesting cannot multiply the bounds above
+// into hours of work.
+constexpr std::uint64_t max_samples = 4000000;
+
+// Numerical built-ins under way, and the samples they have taken since the
+// outermost one began.
+int active_calls = 0;
+std::uint64_t samples_taken = 0;
 
 // The outcome of one evaluation of the expression: a number, or the value
 // that the whole call takes instead.
@@ -34,6 +45,7 @@ class Bound {
 public:
     Bound(const Call& call, std::string_view name, std::string_view expression)
         : call_(call), expression_(expression) {
+        if (active_calls++ == 0) samples_taken = 0;
         Arbenv* root = call.env;
         while (root->parent) root = root->parent;
         root_ = root;
@@ -46,6 +58,7 @@ public:
         variable_ = static_cast<Complex*>(o->value);
     }
     ~Bound() {
+        --active_calls;
         if (scope_) obj::free_environment(scope_);
     }
     Bound(const Bound&) = delete;
@@ -60,6 +73,10 @@ public:
         Sample s;
         if (!root_->abort_text.empty()) {
             s.stop = Value::failure(Error::evaluation_aborted);
+            return s;
+        }
+        if (++samples_taken > max_samples) {
+            s.stop = Value::failure();
             return s;
         }
         *variable_ = {x, 0};

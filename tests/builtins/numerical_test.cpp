@@ -30,6 +30,9 @@ TEST_F(Numerical, SumAndProductOverRanges) {
         {"sum(n,n,1,2000000)", ">invalid_expression<"}, {"sum(n,2,1,3)", ">invalid_expression<"},
         {"sum(n,sin,1,3)", ">invalid_expression<"}, {"sum(n,n,,3)", ">invalid_expression<"},
         {"sum(>invalid_object<,n,1,3)", ">invalid_expression<"}, {"prod(n,n,1,3)+1", "7"},
+        // Nested calls share one budget of samples, so nesting cannot multiply the bounds.
+        {"sum(sum(sum(1,c,1,1000),b,1,1000),a,1,1000)", ">invalid_expression<"},
+        {"sum(sum(1,b,1,100),a,1,100)", "1E+4"},
     });
     // The bound variable shadows a stored one and leaves it alone.
     set("n", "100");

@@ -4,6 +4,7 @@
 #include "lang/formula.hpp"
 
 #include <cassert>
+#include <algorithm>
 #include <cmath>
 #include <complex>
 #include <numeric>
@@ -61,6 +62,85 @@ struct LikeTerms {
     double coefficient = 0;
     int count = 0;
 };
+
+// One group of like factors: the same base on the same side of the fraction bar.
+struct LikeFactors {
+    Item first;
+    Node base;
+    double exponent = 0;
+    int count = 0;
+    int rank = 0;  // names and powers before bracketed factors, numbers last
+    std::string_view key;
+};
+
+bool all_subtracted(const Node& n) {
+    if (n.kind != Kind::sum) return false;
+    for (const Item& t : n.items)
+        if (t.inverse == negative(t.node)) return false;
+    return true;
+}
+
+// Collects like factors into one power (x*x -> x^2, a/x/x^2 -> a/x^3), takes the sign
+// of a factor like -(a+b) into the coefficient, and puts the factors in a fixed order
+// (by their text), so that x*y and y*x are recognised as like terms of a sum.
+std::vector<Item> merged_factors(std::vector<Item> kept, double& num, double& den) {
+    std::vector<LikeFactors> groups;
+    std::vector<Text> keys;
+    keys.reserve(kept.size());
+    std::unordered_map<std::string_view, std::size_t> index;
+    for (Item& f : kept) {
+        if (all_subtracted(f.node)) {
+            f.node = negated(std::move(f.node));
+            num = -num;
+        }
+        if (f.node.kind == Kind::number) {
+            groups.push_back({std::move(f), Node{}, 0, 1, 3, {}});
+            continue;
+        }
+        bool numeric_exponent = f.node.kind == Kind::power && f.node.items[1].node.kind == Kind::number;
+        const Node& base = numeric_exponent ? f.node.items[0].node : f.node;
+        double e = numeric_exponent ? f.node.items[1].node.value : 1;
+        Text key(f.inverse ? "/" : "*");
+        print(base, key);
+        keys.push_back(std::move(key));
+        auto [at, fresh] = index.try_emplace(std::string_view(keys.back()), groups.size());
+        if (!fresh) {
+            groups[at->second].exponent += e;
+            ++groups[at->second].count;
+            continue;
+        }
+        int rank = base.kind == Kind::atom && !base.opaque ? 0 : base.kind == Kind::power ? 1 : 2;
+        Node b = base;
+        groups.push_back({std::move(f), std::move(b), e, 1, rank, at->first.substr(1)});
+    }
+    std::stable_sort(groups.begin(), groups.end(), [](const LikeFactors& x, const LikeFactors& y) {
+        if (x.rank != y.rank) return x.rank < y.rank;
+        return x.rank != 3 && x.key < y.key;
+    });
+    std::vector<Item> out;
+    out.reserve(groups.size());
+    for (LikeFactors& g : groups) {
+        if (g.count == 1) {
+            out.push_back(std::move(g.first));
+            continue;
+        }
+        Node p = make_power(std::move(g.base), number(g.exponent));
+        bool inverse = g.first.inverse;
+        double& c = inverse ? den : num;
+        if (p.kind == Kind::number && std::isfinite(c * p.value) && c * p.value != 0) {
+            c *= p.value;
+        } else if (p.kind == Kind::number) {
+            out.push_back({inverse, std::move(p)});
+        } else if (p.kind == Kind::product) {
+            (inverse ? den : num) *= p.value;
+            (inverse ? num : den) *= p.den;
+            for (Item& s : p.items) out.push_back({s.inverse != inverse, std::move(s.node)});
+        } else {
+            out.push_back({inverse, std::move(p)});
+        }
+    }
+    return out;
+}
 
 }  // namespace
 
@@ -186,6 +266,7 @@ Node make_product(std::vector<Item> factors) {
             kept.push_back(std::move(f));
         }
     }
+    kept = merged_factors(std::move(kept), num, den);
     if (den < 0) {
         den = -den;
         num = -num;

@@ -26,7 +26,8 @@ bool negative(const Node& n) {
 // Subtracting a negative term is adding its magnitude; terms are stored non-negative.
 Item canonical(Item it) {
     if (negative(it.node)) {
-        it.node.value = -it.node.value;
+        if (it.node.kind == Kind::number) it.node = number(-it.node.value);
+        else it.node.value = -it.node.value;
         it.inverse = !it.inverse;
     }
     return it;
@@ -39,26 +40,18 @@ bool unsettled(const Node& n) {
     return false;
 }
 
-// The product with coefficient c times `rest` (a product with coefficient 1, or any
-// other node).
+// The product with coefficient c times `rest` (a term without its coefficient).
 Node with_coefficient(double c, Node rest) {
+    if (rest.kind == Kind::product) rest.value = rest.den = 1;
     std::vector<Item> items;
     items.push_back({false, number(c)});
     items.push_back({false, std::move(rest)});
     return make_product(std::move(items));
 }
 
-Text key_of(const Node& n) {
-    Text key;
-    print(n, key);
-    return key;
-}
-
-// One group of like terms: the first term as written, its coefficient-free rest and
-// the sum of the coefficients.
+// One group of like terms: the first term as written and the sum of the coefficients.
 struct LikeTerms {
     Item first;
-    Node rest;
     double coefficient = 0;
     int count = 0;
 };
@@ -185,24 +178,22 @@ Node make_sum(std::vector<Item> terms) {
     }
     std::vector<Item> numbers;
     std::vector<LikeTerms> groups;
+    groups.reserve(flat.size());
     std::vector<Text> keys;
     keys.reserve(flat.size());
     std::unordered_map<std::string_view, std::size_t> index;
+    index.reserve(flat.size());
     for (Item& t : flat) {
         t = canonical(std::move(t));
         if (t.node.kind == Kind::number) {
             numbers.push_back(std::move(t));
             continue;
         }
-        Node rest = t.node;
-        double c = 1;
-        if (rest.kind == Kind::product) {
-            c = rest.value / rest.den;
-            rest.value = rest.den = 1;
-        }
+        double c = t.node.kind == Kind::product ? t.node.value / t.node.den : 1;
         if (t.inverse) c = -c;
-        if (!unsettled(rest)) {
-            keys.push_back(key_of(rest));
+        if (!unsettled(t.node)) {
+            keys.emplace_back();
+            print_bare(t.node, keys.back());
             auto [at, fresh] = index.try_emplace(std::string_view(keys.back()), groups.size());
             if (!fresh) {
                 groups[at->second].coefficient += c;
@@ -210,7 +201,7 @@ Node make_sum(std::vector<Item> terms) {
                 continue;
             }
         }
-        groups.push_back({std::move(t), std::move(rest), c, 1});
+        groups.push_back({std::move(t), c, 1});
     }
 
     std::vector<Item> out;
@@ -218,7 +209,7 @@ Node make_sum(std::vector<Item> terms) {
         if (g.count == 1) {
             out.push_back(std::move(g.first));
         } else if (g.coefficient != 0 && std::isfinite(g.coefficient)) {
-            out.push_back(canonical({false, with_coefficient(g.coefficient, std::move(g.rest))}));
+            out.push_back(canonical({false, with_coefficient(g.coefficient, std::move(g.first.node))}));
         }
     }
     double constant = 0;
@@ -291,7 +282,10 @@ Node make_product(std::vector<Item> factors) {
             den = 1;
         }
     }
-    if (num == 1 && den == 1 && kept.size() == 1 && !kept[0].inverse) return std::move(kept[0].node);
+    if (den == 1 && kept.size() == 1 && !kept[0].inverse) {
+        if (num == 1) return std::move(kept[0].node);
+        if (num == -1 && kept[0].node.kind == Kind::sum) return negated(std::move(kept[0].node));
+    }
     Node p;
     p.kind = Kind::product;
     p.value = num;
@@ -365,7 +359,17 @@ bool needs_parens(const Node& n, Slot slot) {
     return true;
 }
 
-void put_product(const Node& n, bool flip, Text& out);
+void put_product(const Node& n, bool flip, bool bare, Text& out);
+
+// A number read from a text keeps the text it was written with; that spares the
+// number writer for every untouched number of a long formula.
+void put_number(const Node& n, bool magnitude, Text& out) {
+    if (n.text.empty()) {
+        out += number_text(magnitude ? std::fabs(n.value) : n.value);
+    } else {
+        out.append(magnitude && n.text[0] == '-' ? n.text.substr(1) : n.text);
+    }
+}
 
 void put_in(const Node& n, Slot slot, Text& out) {
     bool p = needs_parens(n, slot);
@@ -377,9 +381,9 @@ void put_in(const Node& n, Slot slot, Text& out) {
 // |n| for numbers and products, n otherwise (terms are stored that way).
 void put_magnitude(const Node& n, Text& out) {
     if (n.kind == Kind::number)
-        out += number_text(std::fabs(n.value));
+        put_number(n, true, out);
     else if (n.kind == Kind::product)
-        put_product(n, n.value < 0, out);
+        put_product(n, n.value < 0, false, out);
     else
         put_in(n, Slot::term, out);
 }
@@ -408,9 +412,9 @@ void put_sum(const Node& n, Text& out) {
 
 // Coefficient, multiplied factors, then the divisors: any run of * and / reads as the
 // product of its factors with their exponents +1 or -1, whatever the evaluator's cuts.
-void put_product(const Node& n, bool flip, Text& out) {
-    bool minus = (n.value < 0) != flip;
-    double a = std::fabs(n.value);
+void put_product(const Node& n, bool flip, bool bare, Text& out) {
+    bool minus = !bare && (n.value < 0) != flip;
+    double a = bare ? 1 : std::fabs(n.value);
     bool has_mult = false;
     for (const Item& f : n.items) has_mult |= !f.inverse;
     if (minus) out += '-';
@@ -431,7 +435,7 @@ void put_product(const Node& n, bool flip, Text& out) {
         }
         first = false;
     }
-    if (n.den != 1) {
+    if (n.den != 1 && !bare) {
         out += '/';
         out += number_text(n.den);
     }
@@ -447,7 +451,7 @@ void put_product(const Node& n, bool flip, Text& out) {
 void print(const Node& n, Text& out) {
     switch (n.kind) {
         case Kind::number:
-            out += number_text(n.value);
+            put_number(n, false, out);
             return;
         case Kind::atom:
             out.append(n.text);
@@ -456,7 +460,7 @@ void print(const Node& n, Text& out) {
             put_sum(n, out);
             return;
         case Kind::product:
-            put_product(n, false, out);
+            put_product(n, false, false, out);
             return;
         case Kind::power:
             put_in(n.items[0].node, Slot::base, out);
@@ -464,6 +468,13 @@ void print(const Node& n, Text& out) {
             put_in(n.items[1].node, Slot::exponent, out);
             return;
     }
+}
+
+void print_bare(const Node& n, Text& out) {
+    if (n.kind == Kind::product)
+        put_product(n, false, true, out);
+    else
+        print(n, out);
 }
 
 }  // namespace detail
@@ -546,24 +557,26 @@ TextPair divided(const TextPair& a, const TextPair& b) {
 Text number_text(double v) { return detail::number_text(v); }
 
 std::optional<TextPair> power(const TextPair& a, const TextPair& b) {
+    double n = 0;
+    bool integer = is_zero(b.im) && is_number(b.re, &n) && detail::is_integer(n) && std::fabs(n) <= 64;
+    if (is_zero(a.im) && is_zero(b.im)) return TextPair{combine(a.re, '^', b.re), Text("0")};
+    if (integer) {
+        // Square and multiply on the pair; a negative exponent divides 1 by the result.
+        TextPair result{Text("1"), Text("0")}, square = a;
+        for (auto k = static_cast<unsigned>(std::fabs(n)); k; k >>= 1) {
+            if (k & 1) result = times(result, square);
+            if (k > 1) square = times(square, square);
+        }
+        if (n < 0) result = divided(TextPair{Text("1"), Text("0")}, result);
+        return result;
+    }
     double ar, ai, br, bi;
     if (is_number(a.re, &ar) && is_number(a.im, &ai) && is_number(b.re, &br) && is_number(b.im, &bi)) {
-        std::complex<double> r = std::pow(std::complex<double>(ar, ai), std::complex<double>(br, bi));
+        auto r = std::pow(std::complex<double>(ar, ai), std::complex<double>(br, bi));
         if (std::isfinite(r.real()) && std::isfinite(r.imag()))
             return TextPair{number_text(r.real()), number_text(r.imag())};
     }
-    if (!is_zero(b.im)) return std::nullopt;
-    if (is_zero(a.im)) return TextPair{combine(a.re, '^', b.re), Text("0")};
-    double n = 0;
-    if (!is_number(b.re, &n) || !detail::is_integer(n) || std::fabs(n) > 64) return std::nullopt;
-    // Square and multiply on the pair; a negative exponent divides 1 by the result.
-    TextPair result{Text("1"), Text("0")}, square = a;
-    for (auto k = static_cast<unsigned>(std::fabs(n)); k; k >>= 1) {
-        if (k & 1) result = times(result, square);
-        if (k > 1) square = times(square, square);
-    }
-    if (n < 0) result = divided(TextPair{Text("1"), Text("0")}, result);
-    return result;
+    return std::nullopt;
 }
 
 }  // namespace

@@ -29,13 +29,16 @@ struct TextPair {
 
 // + and - act partwise; * is complex multiplication, / complex division and ^ complex
 // power, all on texts with simplification, so that zero imaginary parts vanish and real
-// formulas stay real. nullopt when the result cannot be written with the five operators:
-//   - ^ with a non-real base and an exponent that is not an integer number in [-64, 64];
-//   - ^ with a non-real exponent, unless all four parts are numbers;
+// formulas stay real. A real base with a real exponent gives (a^c, 0) whatever the
+// sign of a: the part text a^c then stands for the principal value, as the evaluator
+// computes it. nullopt when the result cannot be written with the five operators:
+//   - ^ with a non-real base or exponent, unless the exponent is an integer number in
+//     [-64, 64] (square and multiply) or all four parts are numbers (computed here);
 //   - an operator character other than the five.
 [[nodiscard]] std::optional<TextPair> combine_pair(const TextPair& a, char op, const TextPair& b);
 
-// re - i*im.
+// re - i*im. Exact while the part texts are real-valued for the values their names
+// take; a part such as (-2)^x is not, and its conjugate is not taken.
 [[nodiscard]] TextPair conjugate(const TextPair& a);
 
 // Whether t is a numeric literal of the language; its value goes to *value when asked.

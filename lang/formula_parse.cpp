@@ -25,6 +25,36 @@ bool is_name_char(char c) {
     return is_digit(c) || c == '_' || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
 }
 
+// Optional "-", digits with at most one point, optional exponent: a literal that can be
+// written back as it stands.
+bool plain_decimal(std::string_view t) {
+    std::size_t k = t.size() > 0 && t[0] == '-' ? 1 : 0, digits = 0, points = 0;
+    for (; k < t.size() && (is_digit(t[k]) || t[k] == '.'); ++k) (t[k] == '.' ? points : digits) += 1;
+    if (digits == 0 || points > 1) return false;
+    if (k < t.size() && (t[k] == 'e' || t[k] == 'E')) {
+        if (++k < t.size() && (t[k] == '+' || t[k] == '-')) ++k;
+        std::size_t exponent_digits = 0;
+        for (; k < t.size() && is_digit(t[k]); ++k) ++exponent_digits;
+        if (exponent_digits == 0) return false;
+    }
+    return k == t.size();
+}
+
+// Whole numbers of up to 15 digits are read here; they are most of the numbers in
+// formulas and need no copy for strtod.
+bool literal(std::string_view t, double* v) {
+    if (!t.empty() && t.size() <= 15) {
+        double x = 0;
+        std::size_t k = 0;
+        while (k < t.size() && is_digit(t[k])) x = 10 * x + (t[k++] - '0');
+        if (k == t.size()) {
+            *v = x;
+            return true;
+        }
+    }
+    return read_number(t, v);
+}
+
 class Reader {
 public:
     explicit Reader(std::string_view s) : s_(s), match_(s.size(), none) { pair_brackets(); }
@@ -116,7 +146,11 @@ private:
         if (b >= e) return number(0);
         if (depth > max_depth) return atom(b, e, true);
         double v = 0;
-        if (read_number(s_.substr(b, e - b), &v)) return number(v);
+        if (std::string_view t = s_.substr(b, e - b); literal(t, &v)) {
+            Node n = number(v);
+            if (plain_decimal(t)) n.text = t;
+            return n;
+        }
         bool condition = s_[b] == '~';
         scan(b, e, [&](std::size_t k) { condition |= has(non_arithmetic, s_[k]); });
         if (condition) return atom(b, e, true);

@@ -31,7 +31,7 @@ struct Node {
     bool opaque = false;
     double value = 0;
     double den = 1;
-    std::string_view text;
+    std::string_view text;  // atom; for a number read from a text, how it was written
     std::vector<Item> items;
 };
 
@@ -51,5 +51,7 @@ Node parse(std::string_view text);
 
 // Appends the text of n, with parentheses exactly where the split rules need them.
 void print(const Node& n, Text& out);
+// The same without the numeric coefficient of a product: the key of like terms.
+void print_bare(const Node& n, Text& out);
 
 }  // namespace ostr::formula::detail

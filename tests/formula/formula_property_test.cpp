@@ -357,4 +357,25 @@ TEST(FormulaProperty, ComplexPairsKeepTheirValue) {
     EXPECT_GT(tally.compared, 3000) << "skipped " << tally.skipped << ", unexpressed " << unexpressed;
 }
 
+// Nesting beyond what the module descends into is kept as written, so the value holds;
+// far deeper nesting must not exhaust the stack.
+TEST(FormulaProperty, DeepNesting) {
+    std::string s = "x";
+    for (int k = 0; k < 600; ++k) s = "(" + s + (k % 2 ? "+1)*y" : "-z)^2");
+    Text f = formula::combine(s.c_str(), '+', "1");
+    std::mt19937 rng(5);
+    Names n{cx(1.0000001), cx(1), cx(1), cx(1)};
+    Evaluator ev(n, Order::split_first);
+    auto want = ev(s), got = ev(f);
+    ASSERT_TRUE(want && got);
+    EXPECT_NEAR(std::abs(*got - (*want + 1.0)), 0, 1e-9 * std::abs(*want));
+
+    std::string deep(100000, '(');
+    deep += "x+1";
+    for (int k = 0; k < 100000; ++k) deep += k % 2 ? ")*2" : ")";
+    EXPECT_FALSE(formula::combine(deep.c_str(), '*', "x").empty());
+    std::string parens = std::string(100000, '(') + "x" + std::string(100000, ')');
+    EXPECT_EQ(std::string(formula::combine(parens.c_str(), '+', "1").c_str()), "x+1");
+}
+
 }  // namespace

@@ -3,7 +3,6 @@
 // the constructors and prints it.
 #include "lang/formula.hpp"
 
-#include <cassert>
 #include <algorithm>
 #include <cmath>
 #include <complex>
@@ -62,8 +61,6 @@ struct LikeFactors {
     Node base;
     double exponent = 0;
     int count = 0;
-    int rank = 0;  // names and powers before bracketed factors, numbers last
-    std::string_view key;
 };
 
 bool all_subtracted(const Node& n) {
@@ -73,9 +70,8 @@ bool all_subtracted(const Node& n) {
     return true;
 }
 
-// Collects like factors into one power (x*x -> x^2, a/x/x^2 -> a/x^3), takes the sign
-// of a factor like -(a+b) into the coefficient, and puts the factors in a fixed order
-// (by their text), so that x*y and y*x are recognised as like terms of a sum.
+// Collects like factors into one power (x*x -> x^2, a/x/x^2 -> a/x^3) and takes the
+// sign of a factor like -(a+b) into the coefficient.
 std::vector<Item> merged_factors(std::vector<Item> kept, double& num, double& den) {
     std::vector<LikeFactors> groups;
     std::vector<Text> keys;
@@ -87,7 +83,7 @@ std::vector<Item> merged_factors(std::vector<Item> kept, double& num, double& de
             num = -num;
         }
         if (f.node.kind == Kind::number) {
-            groups.push_back({std::move(f), Node{}, 0, 1, 3, {}});
+            groups.push_back({std::move(f), Node{}, 0, 1});
             continue;
         }
         bool numeric_exponent = f.node.kind == Kind::power && f.node.items[1].node.kind == Kind::number;
@@ -102,14 +98,9 @@ std::vector<Item> merged_factors(std::vector<Item> kept, double& num, double& de
             ++groups[at->second].count;
             continue;
         }
-        int rank = base.kind == Kind::atom && !base.opaque ? 0 : base.kind == Kind::power ? 1 : 2;
         Node b = base;
-        groups.push_back({std::move(f), std::move(b), e, 1, rank, at->first.substr(1)});
+        groups.push_back({std::move(f), std::move(b), e, 1});
     }
-    std::stable_sort(groups.begin(), groups.end(), [](const LikeFactors& x, const LikeFactors& y) {
-        if (x.rank != y.rank) return x.rank < y.rank;
-        return x.rank != 3 && x.key < y.key;
-    });
     std::vector<Item> out;
     out.reserve(groups.size());
     for (LikeFactors& g : groups) {
@@ -135,6 +126,47 @@ std::vector<Item> merged_factors(std::vector<Item> kept, double& num, double& de
     return out;
 }
 
+bool has_subtracted(const Node& sum) {
+    return std::any_of(sum.items.begin(), sum.items.end(),
+                       [](const Item& t) { return t.inverse != negative(t.node); });
+}
+
+// The last step of every product: -(a-b)*c is written (b-a)*c (a lone minus goes into a
+// factor that has a subtracted term), and the factors take a fixed order, names and
+// powers of names first, then bracketed factors, each by their text, numbers last, so
+// that x*y and y*x are recognised as like terms of a sum.
+void settle(Node& p) {
+    if (p.value == -1) {
+        for (Item& f : p.items) {
+            if (!f.inverse && f.node.kind == Kind::sum && has_subtracted(f.node)) {
+                f.node = negated(std::move(f.node));
+                p.value = 1;
+                break;
+            }
+        }
+    }
+    struct Keyed {
+        int rank;
+        Text key;
+        Item item;
+    };
+    std::vector<Keyed> keyed;
+    keyed.reserve(p.items.size());
+    for (Item& f : p.items) {
+        const Node& n = f.node;
+        bool numeric_exponent = n.kind == Kind::power && n.items[1].node.kind == Kind::number;
+        const Node& base = numeric_exponent ? n.items[0].node : n;
+        int rank = n.kind == Kind::number ? 3 : base.kind == Kind::atom && !base.opaque ? 0 : base.kind == Kind::power ? 1 : 2;
+        Text key;
+        if (rank != 3) print(base, key);
+        keyed.push_back({rank, std::move(key), std::move(f)});
+    }
+    std::stable_sort(keyed.begin(), keyed.end(), [](const Keyed& x, const Keyed& y) {
+        return x.rank != y.rank ? x.rank < y.rank : x.key < y.key;
+    });
+    for (std::size_t i = 0; i < keyed.size(); ++i) p.items[i] = std::move(keyed[i].item);
+}
+
 }  // namespace
 
 Node number(double v) {
@@ -152,6 +184,7 @@ Node negated(Node n) {
             return n;
         case Kind::product:
             n.value = -n.value;
+            settle(n);
             return n;
         default: {
             Node p;
@@ -252,7 +285,11 @@ Node make_product(std::vector<Item> factors) {
         } else if (n.kind == Kind::product) {
             if (!fold(n.value, f.inverse)) kept.push_back({f.inverse, number(n.value)});
             if (!fold(n.den, !f.inverse)) kept.push_back({!f.inverse, number(n.den)});
-            for (Item& s : n.items) kept.push_back({s.inverse != f.inverse, std::move(s.node)});
+            for (Item& s : n.items) {
+                bool inverse = s.inverse != f.inverse;  // a zero divisor may now multiply
+                if (s.node.kind != Kind::number || !fold(s.node.value, inverse))
+                    kept.push_back({inverse, std::move(s.node)});
+            }
         } else {
             kept.push_back(std::move(f));
         }
@@ -262,6 +299,7 @@ Node make_product(std::vector<Item> factors) {
         den = -den;
         num = -num;
     }
+
     bool loose_numbers = false;
     for (const Item& f : kept) loose_numbers |= f.node.kind == Kind::number;
     if (num == 0 && !loose_numbers) return number(0);
@@ -291,6 +329,7 @@ Node make_product(std::vector<Item> factors) {
     p.value = num;
     p.den = den;
     p.items = std::move(kept);
+    settle(p);
     return p;
 }
 
@@ -528,7 +567,6 @@ bool is_number(std::string_view t, double* value) {
 
 Text combine(std::string_view a, char op, std::string_view b) {
     auto r = apply(detail::parse(a), op, detail::parse(b));
-    assert(r && "combine takes one of + - * / ^");
     if (!r) return Text(">invalid_expression<");
     return printed(*r);
 }

@@ -195,6 +195,7 @@ TEST(Formula, LongSums) {
 TEST(Formula, MalformedTextsAreKeptWhole) {
     EXPECT_EQ(str(formula::combine("(x+1", '+', "1")), "((x+1)+1");
     EXPECT_EQ(str(formula::combine("x+1]", '*', "2")), "2*(x+1])");
+    EXPECT_EQ(str(formula::combine("x", '?', "y")), ">invalid_expression<");
 }
 
 }  // namespace

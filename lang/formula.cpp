@@ -58,10 +58,14 @@ struct LikeTerms {
 // One group of like factors: the same base on the same side of the fraction bar.
 struct LikeFactors {
     Item first;
-    Node base;
     double exponent = 0;
     int count = 0;
 };
+
+// A factor as base^exponent with a numeric exponent (1 when it is not a power).
+bool numeric_exponent(const Node& f) {
+    return f.kind == Kind::power && f.items[1].node.kind == Kind::number;
+}
 
 bool all_subtracted(const Node& n) {
     if (n.kind != Kind::sum) return false;
@@ -83,14 +87,13 @@ std::vector<Item> merged_factors(std::vector<Item> kept, double& num, double& de
             num = -num;
         }
         if (f.node.kind == Kind::number) {
-            groups.push_back({std::move(f), Node{}, 0, 1});
+            groups.push_back({std::move(f), 0, 1});
             continue;
         }
-        bool numeric_exponent = f.node.kind == Kind::power && f.node.items[1].node.kind == Kind::number;
-        const Node& base = numeric_exponent ? f.node.items[0].node : f.node;
-        double e = numeric_exponent ? f.node.items[1].node.value : 1;
+        bool powered = numeric_exponent(f.node);
+        double e = powered ? f.node.items[1].node.value : 1;
         Text key(f.inverse ? "/" : "*");
-        print(base, key);
+        print(powered ? f.node.items[0].node : f.node, key);
         keys.push_back(std::move(key));
         auto [at, fresh] = index.try_emplace(std::string_view(keys.back()), groups.size());
         if (!fresh) {
@@ -98,8 +101,7 @@ std::vector<Item> merged_factors(std::vector<Item> kept, double& num, double& de
             ++groups[at->second].count;
             continue;
         }
-        Node b = base;
-        groups.push_back({std::move(f), std::move(b), e, 1});
+        groups.push_back({std::move(f), e, 1});
     }
     std::vector<Item> out;
     out.reserve(groups.size());
@@ -108,16 +110,16 @@ std::vector<Item> merged_factors(std::vector<Item> kept, double& num, double& de
             out.push_back(std::move(g.first));
             continue;
         }
-        Node p = make_power(std::move(g.base), number(g.exponent));
+        Node& f = g.first.node;
+        Node p = make_power(numeric_exponent(f) ? std::move(f.items[0].node) : std::move(f), number(g.exponent));
         bool inverse = g.first.inverse;
-        double& c = inverse ? den : num;
-        if (p.kind == Kind::number && std::isfinite(c * p.value) && c * p.value != 0) {
-            c *= p.value;
-        } else if (p.kind == Kind::number) {
-            out.push_back({inverse, std::move(p)});
-        } else if (p.kind == Kind::product) {
-            (inverse ? den : num) *= p.value;
-            (inverse ? num : den) *= p.den;
+        double up = (inverse ? den : num) * p.value, down = (inverse ? num : den) * p.den;
+        bool folds = std::isfinite(up) && std::isfinite(down) && up != 0 && down != 0;
+        if (folds && p.kind == Kind::number) {
+            (inverse ? den : num) = up;
+        } else if (folds && p.kind == Kind::product) {
+            (inverse ? den : num) = up;
+            (inverse ? num : den) = down;
             for (Item& s : p.items) out.push_back({s.inverse != inverse, std::move(s.node)});
         } else {
             out.push_back({inverse, std::move(p)});
@@ -153,10 +155,9 @@ void settle(Node& p) {
     std::vector<Keyed> keyed;
     keyed.reserve(p.items.size());
     for (Item& f : p.items) {
-        const Node& n = f.node;
-        bool numeric_exponent = n.kind == Kind::power && n.items[1].node.kind == Kind::number;
-        const Node& base = numeric_exponent ? n.items[0].node : n;
-        int rank = n.kind == Kind::number ? 3 : base.kind == Kind::atom && !base.opaque ? 0 : base.kind == Kind::power ? 1 : 2;
+        const Node& base = numeric_exponent(f.node) ? f.node.items[0].node : f.node;
+        int rank = base.kind == Kind::atom && !base.opaque ? 0 : base.kind == Kind::power ? 1 : 2;
+        if (f.node.kind == Kind::number) rank = 3;
         Text key;
         if (rank != 3) print(base, key);
         keyed.push_back({rank, std::move(key), std::move(f)});
@@ -165,6 +166,20 @@ void settle(Node& p) {
         return x.rank != y.rank ? x.rank < y.rank : x.key < y.key;
     });
     for (std::size_t i = 0; i < keyed.size(); ++i) p.items[i] = std::move(keyed[i].item);
+}
+
+// The terms of nested sums, each with its sign in the whole.
+std::vector<Item> flattened(std::vector<Item> terms) {
+    std::vector<Item> flat;
+    flat.reserve(terms.size());
+    for (Item& t : terms) {
+        if (t.node.kind != Kind::sum) {
+            flat.push_back(std::move(t));
+            continue;
+        }
+        for (Item& s : t.node.items) flat.push_back({s.inverse != t.inverse, std::move(s.node)});
+    }
+    return flat;
 }
 
 }  // namespace
@@ -200,15 +215,7 @@ Node negated(Node n) {
 // (equal apart from the numeric coefficient) collected; a zero coefficient removes the
 // term. Terms keep the order of their first appearance.
 Node make_sum(std::vector<Item> terms) {
-    std::vector<Item> flat;
-    flat.reserve(terms.size());
-    for (Item& t : terms) {
-        if (t.node.kind == Kind::sum) {
-            for (Item& s : t.node.items) flat.push_back({s.inverse != t.inverse, std::move(s.node)});
-        } else {
-            flat.push_back(std::move(t));
-        }
-    }
+    std::vector<Item> flat = flattened(std::move(terms));
     std::vector<Item> numbers;
     std::vector<LikeTerms> groups;
     groups.reserve(flat.size());
@@ -228,9 +235,10 @@ Node make_sum(std::vector<Item> terms) {
             keys.emplace_back();
             print_bare(t.node, keys.back());
             auto [at, fresh] = index.try_emplace(std::string_view(keys.back()), groups.size());
-            if (!fresh) {
-                groups[at->second].coefficient += c;
-                ++groups[at->second].count;
+            LikeTerms* g = fresh ? nullptr : &groups[at->second];
+            if (g && std::isfinite(g->coefficient + c)) {  // an overflow stays a term of its own
+                g->coefficient += c;
+                ++g->count;
                 continue;
             }
         }
@@ -241,7 +249,7 @@ Node make_sum(std::vector<Item> terms) {
     for (LikeTerms& g : groups) {
         if (g.count == 1) {
             out.push_back(std::move(g.first));
-        } else if (g.coefficient != 0 && std::isfinite(g.coefficient)) {
+        } else if (g.coefficient != 0) {
             out.push_back(canonical({false, with_coefficient(g.coefficient, std::move(g.first.node))}));
         }
     }

@@ -128,7 +128,10 @@ TEST(Formula, LongSums) {
     EXPECT_EQ(str(s.substr(0, 12)), "x+x^2+x^3+x^");
     EXPECT_EQ(str(formula::combine(s, '*', "2").substr(0, 12)), "2*(x+x^2+x^3");
     std::string big = "y";
-    for (int k = 1; k <= 20000; ++k) big += "+" + std::to_string(k) + "*x^" + std::to_string(k);
+    for (int k = 1; k <= 20000; ++k) {
+        std::string n = std::to_string(k);
+        big.append("+").append(n).append("*x^").append(n);
+    }
     EXPECT_EQ(str(formula::combine(big.c_str(), '-', big.c_str())), "0");
     Text minus = formula::negate(big.c_str());
     EXPECT_EQ(str(minus.substr(0, 10)), "-(y+x+2*x^");

@@ -1,0 +1,277 @@
+// Products, quotients, square roots, powers and factorials of bit-array
+// records: conversions around the word engine, and the decisions the records
+// carry (the shift of a reciprocal, fixed-point fractions, absent parts).
+#include <algorithm>
+#include <bit>
+
+#include "bignum/bitarray.hpp"
+
+namespace ostr::big {
+namespace {
+
+BitArray* fraction_record(const Nat& f, std::uint64_t bits) noexcept {
+    return from_nat_bits(f, std::max<std::uint64_t>(1, bits));
+}
+
+BitArrayDivision parts(BitArray* integer, BitArray* fraction) noexcept {
+    if (!integer || !fraction) {
+        release(integer);
+        release(fraction);
+        integer = fraction = nullptr;
+    }
+    return BitArrayDivision{integer, fraction, 1};
+}
+
+BitArrayDivision divide(const BitArray* a, const BitArray* b, std::uint64_t p, const char* abort) {
+    const Nat x = to_nat(a), y = to_nat(b);
+    Stop stop{abort};
+    if (y.empty() || stop.check()) return parts(nullptr, nullptr);
+    const std::uint64_t n = bit_length(y);
+    if (is_pow2(y)) {
+        // 2^k / d is one with k = n - 1: the parts are plain bit ranges.
+        return parts(from_nat(shr(x, n - 1)), fraction_record(low_bits(x, n - 1), n - 1));
+    }
+    if (p > max_bits) return parts(nullptr, nullptr);
+    const std::uint64_t k = n + p;
+    Nat q, r, f;
+    div_qr(&q, &r, x, y, stop);
+    if (!stop.check()) div_qr(&f, nullptr, shl(r, k), y, stop);
+    if (stop.check()) return parts(nullptr, nullptr);
+    return parts(from_nat(q), fraction_record(f, k));
+}
+
+BitArray* divide_one(const BitArray* a, const BitArray* b, const char* abort, bool want_rem) {
+    const Nat x = to_nat(a), y = to_nat(b);
+    Stop stop{abort};
+    if (y.empty() || stop.check()) return nullptr;
+    Nat q, r;
+    div_qr(want_rem ? nullptr : &q, want_rem ? &r : nullptr, x, y, stop);
+    return stop.check() ? nullptr : from_nat(want_rem ? r : q);
+}
+
+BitArrayDivision square_root(const BitArray* a, std::uint64_t p, const char* abort) {
+    Stop stop{abort};
+    if (p > max_bits || stop.check()) return parts(nullptr, nullptr);
+    // floor(sqrt(a) * 2^p) = isqrt(a * 4^p): its top bits are floor(sqrt(a)),
+    // its low p bits the fraction.
+    const Nat s = isqrt(shl(to_nat(a), 2 * p), stop);
+    if (stop.check()) return parts(nullptr, nullptr);
+    return parts(from_nat(shr(s, p)), fraction_record(low_bits(s, p), p));
+}
+
+BitArray* invert_sqrt(const BitArray* a, std::uint64_t p, std::uint64_t* shift, const char* abort) {
+    const Nat x = to_nat(a);
+    Stop stop{abort};
+    if (x.empty() || p > max_bits || stop.check()) return nullptr;
+    const std::uint64_t n = bit_length(x);
+    if (is_pow2(x) && (n - 1) % 2 == 0) {
+        *shift = (n - 1) / 2;
+        return from_nat(Nat{1});
+    }
+    // floor(2^k / sqrt(a)) = floor(sqrt(floor(4^k / a))): flooring inside a
+    // square root does not change its floor.
+    const std::uint64_t k = n + p;
+    Nat q;
+    div_qr(&q, nullptr, shl(Nat{1}, 2 * k), x, stop);
+    const Nat r = stop.check() ? Nat{} : isqrt(q, stop);
+    if (stop.check()) return nullptr;
+    *shift = k;
+    return from_nat(r);
+}
+
+// Multiplies the small factors of a range into one word while they fit, and
+// the words into the running product: the leaves of the binary splitting.
+void multiply_words(Nat& acc, std::uint64_t lo, std::uint64_t hi, std::uint64_t step) {
+    limb cur = 1;
+    for (std::uint64_t k = lo;; k += step) {
+        if (static_cast<u128>(cur) * k >> 64) {
+            mul_small_in(acc, cur);
+            cur = k;
+        } else {
+            cur *= k;
+        }
+        if (hi - k < step) break;
+    }
+    mul_small_in(acc, cur);
+}
+
+// lo * (lo+step) * ... up to hi, by binary splitting, so that the big
+// products are between numbers of similar size. Requires lo <= hi.
+Nat range_product(std::uint64_t lo, std::uint64_t hi, std::uint64_t step, Stop& stop) {
+    const std::uint64_t count = (hi - lo) / step + 1;
+    if (count <= 64) {
+        Nat acc{1};
+        multiply_words(acc, lo, hi, step);
+        return acc;
+    }
+    if (stop.check()) return {};
+    const std::uint64_t mid = lo + (count / 2) * step;
+    const Nat left = range_product(lo, mid - step, step, stop);
+    const Nat right = range_product(mid, hi, step, stop);
+    return mul(left, right, stop);
+}
+
+// The odd numbers in (lo, hi].
+Nat odd_product(std::uint64_t lo, std::uint64_t hi, Stop& stop) {
+    const std::uint64_t first = (lo + 1) | 1;
+    const std::uint64_t last = hi % 2 ? hi : hi - 1;
+    if (hi <= lo || first > last) return Nat{1};
+    return range_product(first, last, 2, stop);
+}
+
+// n! = 2^(n - popcount(n)) * oddpart, oddpart = prod_i P(n >> i) with P(m)
+// the product of the odd numbers up to m (from n! = 2^(n/2) (n/2)! P(n)).
+// With Q_i the odd numbers in (n >> (i+1), n >> i], P(n >> i) = prod_{j>=i} Q_j:
+// walking i downwards, p accumulates P(n >> i) and r the product of the p's.
+// Every factor is taken once; powers of two never enter a product.
+Nat factorial(std::uint64_t n, Stop& stop) {
+    Nat p{1}, r{1};
+    int top = 0;
+    while ((n >> top) > 2) ++top;
+    for (int i = top; i >= 0 && !stop.check(); --i) {
+        const Nat q = odd_product(n >> (i + 1), n >> i, stop);
+        if (q != Nat{1}) p = mul(p, q, stop);
+        if (p != Nat{1}) r = mul(r, p, stop);
+    }
+    return shl(r, n - static_cast<std::uint64_t>(std::popcount(n)));
+}
+
+BitArray* factorial_record(std::uint64_t n, const char* abort) {
+    Stop stop{abort};
+    // n! has about n log2(n) bits; refuse what cannot be stored.
+    if (stop.check() || n > (std::uint64_t{1} << 31)) return nullptr;
+    const Nat f = factorial(n, stop);
+    return stop.check() ? nullptr : from_nat(f);
+}
+
+BitArray* power(const BitArray* a, const BitArray* e, const char* abort) {
+    const Nat x = to_nat(a), y = to_nat(e);
+    Stop stop{abort};
+    if (stop.check()) return nullptr;
+    if (y.empty()) return from_nat(Nat{1});
+    if (x.empty() || x == Nat{1}) return from_nat(x);
+    if (y.size() > 1 || (bit_length(x) - 1) * static_cast<u128>(y[0]) > max_bits) return nullptr;
+    const Nat r = pow_nat(x, y[0], stop);
+    return stop.check() ? nullptr : from_nat(r);
+}
+
+limb karatsuba_word(limb x, limb y) {
+    const limb m = std::max(KaratsubaGetLength(x), KaratsubaGetLength(y));
+    if (m <= 1) return x & y;
+    const limb h = (m + 1) / 2;
+    const limb xh = x >> h, xl = x - (xh << h), yh = y >> h, yl = y - (yh << h);
+    const limb z0 = karatsuba_word(xl, yl), z2 = karatsuba_word(xh, yh);
+    const limb z1 = karatsuba_word(xl + xh, yl + yh);
+    // h < 64 always; 2h may reach 64, where the high product only wraps away.
+    const limb high = 2 * h < 64 ? z2 << (2 * h) : 0;
+    return ((z1 - z2 - z0) << h) + z0 + high;
+}
+
+}  // namespace
+}  // namespace ostr::big
+
+using namespace ostr::big;
+
+extern "C" {
+
+BitArray* MultiplyBitArrays(const BitArray* a, const BitArray* b, const char* abort) noexcept {
+    if (!a || !b) return nullptr;
+    return guarded([&]() -> BitArray* {
+        Stop stop{abort};
+        if (stop.check()) return nullptr;
+        const Nat r = mul(to_nat(a), to_nat(b), stop);
+        return stop.check() ? nullptr : from_nat(r);
+    });
+}
+
+std::uint64_t KaratsubaMultiply(std::uint64_t x, std::uint64_t y) noexcept { return karatsuba_word(x, y); }
+std::uint64_t KaratsubaGetLength(std::uint64_t x) noexcept {
+    return 64 - static_cast<std::uint64_t>(std::countl_zero(x));
+}
+
+BitArray* InvertBitArray(const BitArray* d, std::uint64_t p, std::uint64_t* shift, const char* abort) noexcept {
+    std::uint64_t k = 0;
+    BitArray* r = d ? guarded([&]() -> BitArray* {
+        const Nat x = to_nat(d);
+        Stop stop{abort};
+        if (x.empty() || p > max_bits || stop.check()) return nullptr;
+        const std::uint64_t n = bit_length(x);
+        const std::uint64_t kk = is_pow2(x) ? n - 1 : n + p;
+        const Nat inv = reciprocal(x, kk, stop);
+        if (stop.check()) return nullptr;
+        k = kk;
+        return from_nat(inv);
+    }) : nullptr;
+    if (shift) *shift = r ? k : 0;
+    return r;
+}
+
+BitArrayDivision DivideBitArrays(const BitArray* a, const BitArray* b, std::uint64_t p, const char* abort) noexcept {
+    if (!a || !b) return parts(nullptr, nullptr);
+    try {
+        return divide(a, b, p, abort);
+    } catch (...) {
+        return parts(nullptr, nullptr);
+    }
+}
+
+BitArray* FloorDivideBitArrays(const BitArray* a, const BitArray* b, const char* abort) noexcept {
+    return a && b ? guarded([&] { return divide_one(a, b, abort, false); }) : nullptr;
+}
+BitArray* ModBitArrays(const BitArray* a, const BitArray* b, const char* abort) noexcept {
+    return a && b ? guarded([&] { return divide_one(a, b, abort, true); }) : nullptr;
+}
+
+BitArrayDivision SquareRootBitArray(const BitArray* a, std::uint64_t p, const char* abort) noexcept {
+    if (!a) return parts(nullptr, nullptr);
+    try {
+        return square_root(a, p, abort);
+    } catch (...) {
+        return parts(nullptr, nullptr);
+    }
+}
+
+BitArray* InvertSquareRootBitArray(const BitArray* a, std::uint64_t p, std::uint64_t* shift,
+                                   const char* abort) noexcept {
+    std::uint64_t k = 0;
+    BitArray* r = a ? guarded([&] { return invert_sqrt(a, p, &k, abort); }) : nullptr;
+    if (shift) *shift = r ? k : 0;
+    return r;
+}
+
+BitArray* ExponentiateBitArrays(const BitArray* a, const BitArray* e, const char* abort) noexcept {
+    return a && e ? guarded([&] { return power(a, e, abort); }) : nullptr;
+}
+
+BitArray* BitArrayFactorial(std::uint64_t n, const char* abort) noexcept {
+    return guarded([&] { return factorial_record(n, abort); });
+}
+BitArray* BitArrayFactorialBinarySplitting(std::uint64_t n, const char* abort) noexcept {
+    return guarded([&] { return factorial_record(n, abort); });
+}
+
+BitArray* FactorialPartialProductSub(std::uint64_t lo, std::uint64_t hi, const char* abort) noexcept {
+    return guarded([&]() -> BitArray* {
+        Stop stop{abort};
+        if (stop.check()) return nullptr;
+        if (lo > hi) return from_nat(Nat{1});
+        if (lo == 0) return from_nat(Nat{});
+        if (hi - lo > (std::uint64_t{1} << 31)) return nullptr;
+        const Nat r = range_product(lo, hi, 1, stop);
+        return stop.check() ? nullptr : from_nat(r);
+    });
+}
+
+std::uint64_t PowMod(std::uint64_t b, std::uint64_t e, std::uint64_t m) noexcept {
+    if (e == 0) return 1;
+    if (e == 1) return b;
+    if (b == 0) return 0;
+    std::uint64_t r = 1;
+    for (int i = 63 - std::countl_zero(e); i >= 0; --i) {
+        r = m ? (r * r) % m : r * r;
+        if ((e >> i) & 1) r = m ? (r * b) % m : r * b;
+    }
+    return r;
+}
+
+}

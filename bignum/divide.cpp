@@ -1,0 +1,212 @@
+// Quotients and square roots of word arrays: schoolbook long division for
+// short operands, a Newton reciprocal with fast products above, and an exact
+// correction step so that every quotient is floor(a/b).
+#include <bit>
+#include <cmath>
+#include <cstring>
+
+#include "bignum/nat.hpp"
+
+namespace ostr::big {
+namespace {
+
+Nat one_shl(std::uint64_t k) {
+    Nat r(k / 64 + 1, 0);
+    r.back() = limb{1} << (k % 64);
+    return r;
+}
+
+void increment(Nat& a) {
+    a.push_back(0);
+    add_1(a.data(), a.size(), 1);
+    trim(a);
+}
+
+void decrement(Nat& a) {
+    sub_1(a.data(), a.size(), 1);
+    trim(a);
+}
+
+// x ~ 2^(L+m)/d, L the bit length of d, within a few units. Newton's step
+// for 1/D, X' = X + X(1 - DX), doubles the correct bits; it is taken at
+// m bits from a reciprocal of half precision (plus 32 guard bits), so the
+// whole costs a few products of the final size. Only the top m + 64 bits
+// of d matter at precision m: the rest changes x by less than one unit.
+Nat approx_recip(const Nat& d, std::uint64_t m, Stop& stop) {
+    const std::uint64_t len = bit_length(d);
+    const Nat dt = len > m + 64 ? shr(d, len - m - 64) : d;
+    const std::uint64_t lt = bit_length(dt);
+    if (m <= 64 * tuning.div_newton) {
+        Nat x;
+        div_qr_plain(&x, nullptr, one_shl(lt + m), dt);
+        return x;
+    }
+    const std::uint64_t h = m / 2 + 32;
+    const Nat xh = approx_recip(dt, h, stop);
+    if (stop.check()) return {};
+    // e = 2^(lt+h) - dt*xh carries the scaled error 1 - DX; its size is
+    // about lt bits, and x = xh*2^(m-h) + xh*e / 2^(lt+2h-m).
+    const Nat p = mul(dt, xh, stop);
+    const Nat unit = one_shl(lt + h);
+    const bool neg = cmp(p, unit) > 0;
+    const Nat e = neg ? sub(p, unit) : sub(unit, p);
+    const Nat corr = shr(mul(xh, e, stop), lt + 2 * h - m);
+    Nat x = shl(xh, m - h);
+    if (neg)
+        sub_in(x, corr);
+    else
+        add_in(x, corr);
+    return x;
+}
+
+// Newton's integer square root on a value below 2^128, started above the
+// root so that every step stays at or above it.
+limb isqrt128(u128 v) {
+    if (v == 0) return 0;
+    const double f = std::sqrt(static_cast<double>(v));
+    u128 x = static_cast<u128>(f * (1.0 + 0x1p-40)) + 2;
+    for (;;) {
+        const u128 y = (x + v / x) / 2;
+        if (y >= x) return static_cast<limb>(x);
+        x = y;
+    }
+}
+
+}  // namespace
+
+void div_qr_plain(Nat* q, Nat* r, const Nat& a, const Nat& b) {
+    if (cmp(a, b) < 0) {
+        if (q) q->clear();
+        if (r) *r = a;
+        return;
+    }
+    const std::size_t an = a.size(), bn = b.size();
+    if (bn == 1) {
+        Nat qq(an);
+        const limb rem = divrem_1(qq.data(), a.data(), an, b[0]);
+        trim(qq);
+        if (q) *q = std::move(qq);
+        if (r) *r = rem ? Nat{rem} : Nat{};
+        return;
+    }
+    // Knuth's algorithm D: normalise so that the divisor's top bit is set,
+    // estimate each quotient word from the top two words of the divisor
+    // (off by at most one after the three-word test), subtract, and add
+    // back in the rare case of an overshoot.
+    const unsigned s = static_cast<unsigned>(std::countl_zero(b.back()));
+    Nat v(bn), u(an + 1);
+    if (s) {
+        lshift(v.data(), b.data(), bn, s);
+        u[an] = lshift(u.data(), a.data(), an, s);
+    } else {
+        v = b;
+        std::memcpy(u.data(), a.data(), an * sizeof(limb));
+    }
+    const limb v1 = v[bn - 1], v0 = v[bn - 2], vinv = inverse_limb(v1);
+    Nat qq(an - bn + 1);
+    for (std::size_t j = an - bn + 1; j-- > 0;) {
+        const limb u2 = u[j + bn], u1 = u[j + bn - 1], u0 = u[j + bn - 2];
+        limb qhat, rhat;
+        bool rhat_big = false;
+        if (u2 >= v1) {
+            qhat = ~limb{0};
+            rhat = u1 + v1;
+            rhat_big = rhat < u1;
+        } else {
+            qhat = div_2by1(rhat, u2, u1, v1, vinv);
+        }
+        while (!rhat_big && static_cast<u128>(qhat) * v0 > ((static_cast<u128>(rhat) << 64) | u0)) {
+            --qhat;
+            rhat += v1;
+            rhat_big = rhat < v1;
+        }
+        const limb borrow = submul_1(u.data() + j, v.data(), bn, qhat);
+        const limb top = u[j + bn];
+        u[j + bn] = top - borrow;
+        if (top < borrow) {
+            --qhat;
+            u[j + bn] += add_n(u.data() + j, u.data() + j, v.data(), bn);
+        }
+        qq[j] = qhat;
+    }
+    trim(qq);
+    if (q) *q = std::move(qq);
+    if (r) {
+        u.resize(bn);
+        if (s) rshift(u.data(), u.data(), bn, s);
+        trim(u);
+        *r = std::move(u);
+    }
+}
+
+// For long quotients and divisors: the quotient bits q come from a
+// reciprocal of the divisor at q + 64 bits (only the divisor's top bits and
+// the dividend's top bits take part), then r = a - q*b is brought into
+// [0, b) by adding or subtracting b; the estimate is off by a few units at
+// most, so the correction is a handful of linear steps.
+void div_qr(Nat* q, Nat* r, const Nat& a, const Nat& b, Stop& stop) {
+    if (cmp(a, b) < 0 || b.size() < tuning.div_newton ||
+        a.size() - b.size() + 1 < tuning.div_newton) {
+        div_qr_plain(q, r, a, b);
+        return;
+    }
+    const std::uint64_t la = bit_length(a), lb = bit_length(b);
+    const std::uint64_t m = la - lb + 1 + 64;
+    const Nat x = approx_recip(b, m, stop);
+    const std::uint64_t t = la > m + 64 ? la - m - 64 : 0;
+    Nat qe = shr(mul(shr(a, t), x, stop), lb + m - t);
+    if (stop.check()) return;
+    Nat prod = mul(qe, b, stop);
+    if (stop.check()) return;
+    while (cmp(prod, a) > 0) {
+        decrement(qe);
+        sub_in(prod, b);
+    }
+    Nat rem = sub(a, prod);
+    while (cmp(rem, b) >= 0) {
+        increment(qe);
+        sub_in(rem, b);
+    }
+    if (q) *q = std::move(qe);
+    if (r) *r = std::move(rem);
+}
+
+Nat reciprocal(const Nat& d, std::uint64_t k, Stop& stop) {
+    Nat x;
+    div_qr(&x, nullptr, one_shl(k), d, stop);
+    return x;
+}
+
+// Square root by precision doubling: the root of the top half of the bits
+// gives a start above the root with about a quarter of the bits right; one
+// Newton step x' = (x + a/x)/2 (a division of the full size) leaves it a few
+// units above floor(sqrt(a)), and (x-1)^2 = x^2 - 2x + 1 walks it down.
+Nat isqrt(const Nat& a, Stop& stop) {
+    const std::uint64_t len = bit_length(a);
+    if (len <= 120) {
+        u128 v = 0;
+        for (std::size_t i = a.size(); i-- > 0;) v = (v << 64) | a[i];
+        const limb x = isqrt128(v);
+        return x ? Nat{x} : Nat{};
+    }
+    if (stop.check()) return {};
+    const std::uint64_t k = len / 4;
+    Nat x = isqrt(shr(a, 2 * k), stop);
+    increment(x);
+    x = shl(x, k);
+    Nat quo;
+    div_qr(&quo, nullptr, a, x, stop);
+    if (stop.check()) return {};
+    add_in(x, quo);
+    x = shr(x, 1);
+    Nat sq = sqr(x, stop);
+    while (cmp(sq, a) > 0) {
+        Nat twice = shl(x, 1);
+        sub_in(sq, twice);
+        increment(sq);
+        decrement(x);
+    }
+    return x;
+}
+
+}  // namespace ostr::big

@@ -2,6 +2,7 @@
 // short operands, a Newton reciprocal with fast products above, and an exact
 // correction step so that every quotient is floor(a/b).
 #include <bit>
+#include <cassert>
 #include <cmath>
 #include <cstring>
 
@@ -50,7 +51,12 @@ Nat approx_recip(const Nat& d, std::uint64_t m, Stop& stop) {
     const Nat unit = one_shl(lt + h);
     const bool neg = cmp(p, unit) > 0;
     const Nat e = neg ? sub(p, unit) : sub(unit, p);
-    const Nat corr = shr(mul(xh, e, stop), lt + 2 * h - m);
+    // Only the top m - h bits of the correction count, so e is cut to its top
+    // h + 64 bits first: the product shrinks from h x lt to h x h bits.
+    const std::uint64_t el = bit_length(e), cut = el > h + 64 ? el - h - 64 : 0;
+    const std::uint64_t down = lt + 2 * h - m;
+    const Nat corr = cut >= down ? shl(mul(xh, shr(e, cut), stop), cut - down)
+                                 : shr(mul(xh, shr(e, cut), stop), down - cut);
     Nat x = shl(xh, m - h);
     if (neg)
         sub_in(x, corr);
@@ -139,36 +145,59 @@ void div_qr_plain(Nat* q, Nat* r, const Nat& a, const Nat& b) {
     }
 }
 
-// For long quotients and divisors: the quotient bits q come from a
-// reciprocal of the divisor at q + 64 bits (only the divisor's top bits and
-// the dividend's top bits take part), then r = a - q*b is brought into
-// [0, b) by adding or subtracting b; the estimate is off by a few units at
-// most, so the correction is a handful of linear steps.
+Divisor make_divisor(const Nat& b, std::uint64_t m, Stop& stop) {
+    return Divisor{b, approx_recip(b, m, stop), m};
+}
+
+// The quotient bits come from the reciprocal: q ~ a*x / 2^(lb+m). Only the
+// top q + 128 bits of a and the top q + 128 bits of x take part (each cut
+// changes the estimate by far less than one unit); then r = a - q*b is
+// brought into [0, b) by adding or subtracting b. The estimate is off by a
+// few units at most, so the correction is a handful of linear steps.
+void div_qr_pre(Nat* q, Nat* r, const Nat& a, const Divisor& d, Stop& stop) {
+    const Nat& b = d.b;
+    if (cmp(a, b) < 0) {
+        if (q) q->clear();
+        if (r) *r = a;
+        return;
+    }
+    const std::uint64_t la = bit_length(a), lb = bit_length(b);
+    const std::uint64_t need = la - lb + 1 + 64;
+    const std::uint64_t t = la > need + 64 ? la - need - 64 : 0;
+    const std::uint64_t u = d.m > need + 64 ? d.m - need - 64 : 0;
+    Nat qe = shr(mul(shr(a, t), shr(d.x, u), stop), lb + d.m - t - u);
+    if (stop.check()) return;
+    Nat prod = mul(qe, b, stop);
+    if (stop.check()) return;
+    // The error bound allows a few steps; more would mean a broken estimate,
+    // and the schoolbook division then answers instead of a long walk.
+    int steps = 0;
+    while (cmp(prod, a) > 0 && ++steps < 8) {
+        decrement(qe);
+        sub_in(prod, b);
+    }
+    Nat rem = steps < 8 ? sub(a, prod) : Nat{};
+    while (steps < 8 && cmp(rem, b) >= 0 && ++steps < 8) {
+        increment(qe);
+        sub_in(rem, b);
+    }
+    if (steps >= 8) {
+        assert(false && "reciprocal estimate out of bounds");
+        div_qr_plain(q, r, a, b);
+        return;
+    }
+    if (q) *q = std::move(qe);
+    if (r) *r = std::move(rem);
+}
+
 void div_qr(Nat* q, Nat* r, const Nat& a, const Nat& b, Stop& stop) {
     if (cmp(a, b) < 0 || b.size() < tuning.div_newton ||
         a.size() - b.size() + 1 < tuning.div_newton) {
         div_qr_plain(q, r, a, b);
         return;
     }
-    const std::uint64_t la = bit_length(a), lb = bit_length(b);
-    const std::uint64_t m = la - lb + 1 + 64;
-    const Nat x = approx_recip(b, m, stop);
-    const std::uint64_t t = la > m + 64 ? la - m - 64 : 0;
-    Nat qe = shr(mul(shr(a, t), x, stop), lb + m - t);
-    if (stop.check()) return;
-    Nat prod = mul(qe, b, stop);
-    if (stop.check()) return;
-    while (cmp(prod, a) > 0) {
-        decrement(qe);
-        sub_in(prod, b);
-    }
-    Nat rem = sub(a, prod);
-    while (cmp(rem, b) >= 0) {
-        increment(qe);
-        sub_in(rem, b);
-    }
-    if (q) *q = std::move(qe);
-    if (r) *r = std::move(rem);
+    const Divisor d = make_divisor(b, bit_length(a) - bit_length(b) + 1 + 64, stop);
+    if (!stop.check()) div_qr_pre(q, r, a, d, stop);
 }
 
 Nat reciprocal(const Nat& d, std::uint64_t k, Stop& stop) {

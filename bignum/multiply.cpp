@@ -86,6 +86,86 @@ void karatsuba_sqr(limb* r, const limb* a, std::size_t n, limb* ws, Stop& stop) 
 // Scratch of the recursion: 6m + 2 words per level with m ~ n/2, summed.
 std::size_t scratch_words(std::size_t n) { return 6 * n + 64 * 8 + 64; }
 
+// The pieces a0 + a1 X + a2 X^2 of an n-word number, X = B^k.
+struct Thirds {
+    Nat p0, p1, p2;
+    Thirds(const limb* a, std::size_t n, std::size_t k)
+        : p0(a, a + k), p1(a + k, a + 2 * k), p2(a + 2 * k, a + n) {
+        trim(p0), trim(p1), trim(p2);
+    }
+    // Values at 1, -1 (magnitude; sign returned) and 2.
+    Nat at_one() const { return add(add(p0, p1), p2); }
+    bool at_minus_one(Nat& v) const {
+        const Nat even = add(p0, p2);
+        const bool neg = cmp(even, p1) < 0;
+        v = neg ? sub(p1, even) : sub(even, p1);
+        return neg;
+    }
+    Nat at_two() const { return add(add(p0, shl(p1, 1)), shl(p2, 2)); }
+};
+
+Nat div3(Nat v) {
+    divrem_1(v.data(), v.data(), v.size(), 3);
+    trim(v);
+    return v;
+}
+
+void add_at(limb* r, std::size_t rn, const Nat& v, std::size_t off) {
+    if (!v.empty()) add(r + off, r + off, rn - off, v.data(), v.size());
+}
+
+// Toom-3: a and b as quadratics in X = B^k, k = ceil(n/3); their product
+// c0 + c1 X + ... + c4 X^4 from five products of k-word values at the
+// points 0, 1, -1, 2 and infinity (cost 5 T(n/3) + O(n), exponent 1.46).
+// With W(x) the products at x:
+//   c0 = W(0), c4 = W(inf), c2 = (W(1) + W(-1))/2 - c0 - c4,
+//   D = (W(1) - W(-1))/2 = c1 + c3,
+//   T = (W(2) - c0 - 4 c2 - 16 c4)/2 = c1 + 4 c3,
+//   c3 = (T - D)/3, c1 = D - c3.
+// Every c_i is non-negative, and W(1) >= |W(-1)|, so the interpolation
+// needs signs only for W(-1).
+void toom3(limb* r, const limb* a, const limb* b, std::size_t n, bool square, Stop& stop) {
+    if (stop.check()) return;
+    const std::size_t k = (n + 2) / 3;
+    const Thirds x(a, n, k);
+    const Thirds y = square ? x : Thirds(b, n, k);
+    const Nat w0 = mul(x.p0, y.p0, stop);
+    const Nat winf = mul(x.p2, y.p2, stop);
+    const Nat x1 = x.at_one(), y1 = square ? x1 : y.at_one();
+    const Nat w1 = mul(x1, y1, stop);
+    Nat xm, ym;
+    const bool xneg = x.at_minus_one(xm);
+    const bool neg = square ? false : xneg != y.at_minus_one(ym);
+    const Nat wm1 = square ? mul(xm, xm, stop) : mul(xm, ym, stop);
+    const Nat x2 = x.at_two();
+    const Nat w2 = square ? mul(x2, x2, stop) : mul(x2, y.at_two(), stop);
+    if (stop.check()) return;
+    const Nat s = shr(neg ? sub(w1, wm1) : add(w1, wm1), 1);
+    const Nat d = shr(neg ? add(w1, wm1) : sub(w1, wm1), 1);
+    const Nat c2 = sub(sub(s, w0), winf);
+    const Nat t = shr(sub(sub(sub(w2, w0), shl(c2, 2)), shl(winf, 4)), 1);
+    const Nat c3 = div3(sub(t, d));
+    const Nat c1 = sub(d, c3);
+    std::fill(r, r + 2 * n, limb{0});
+    add_at(r, 2 * n, w0, 0);
+    add_at(r, 2 * n, c1, k);
+    add_at(r, 2 * n, c2, 2 * k);
+    add_at(r, 2 * n, c3, 3 * k);
+    add_at(r, 2 * n, winf, 4 * k);
+}
+
+// One balanced product by the method its size calls for.
+void mul_balanced(limb* r, const limb* a, const limb* b, std::size_t n, Stop& stop) {
+    if (n >= tuning.mul_toom3) {
+        toom3(r, a, b, n, false, stop);
+    } else if (n >= tuning.mul_karatsuba) {
+        Nat ws(scratch_words(n));
+        karatsuba(r, a, b, n, ws.data(), stop);
+    } else {
+        mul_basecase(r, a, n, b, n);
+    }
+}
+
 }  // namespace
 
 void mul(limb* r, const limb* a, std::size_t an, const limb* b, std::size_t bn, Stop& stop) {
@@ -94,18 +174,14 @@ void mul(limb* r, const limb* a, std::size_t an, const limb* b, std::size_t bn, 
         mul_basecase(r, a, an, b, bn);
         return;
     }
-    std::vector<limb> ws(scratch_words(bn));
-    if (an == bn) {
-        karatsuba(r, a, b, bn, ws.data(), stop);
-        return;
-    }
+    mul_balanced(r, a, b, bn, stop);
+    if (an == bn) return;
     // Unbalanced: balanced bn x bn pieces along a, each added at its offset.
-    karatsuba(r, a, b, bn, ws.data(), stop);
-    std::vector<limb> tmp(2 * bn);
+    Nat tmp(2 * bn);
     std::size_t i = bn;
     for (; i + bn <= an; i += bn) {
         if (stop.check()) return;
-        karatsuba(tmp.data(), a + i, b, bn, ws.data(), stop);
+        mul_balanced(tmp.data(), a + i, b, bn, stop);
         const limb c = add_n(r + i, r + i, tmp.data(), bn);
         std::memcpy(r + i + bn, tmp.data() + bn, bn * sizeof(limb));
         add_1(r + i + bn, bn, c);
@@ -120,12 +196,14 @@ void mul(limb* r, const limb* a, std::size_t an, const limb* b, std::size_t bn, 
 }
 
 void sqr(limb* r, const limb* a, std::size_t n, Stop& stop) {
-    if (n < tuning.sqr_karatsuba) {
+    if (n >= tuning.sqr_toom3) {
+        toom3(r, a, a, n, true, stop);
+    } else if (n >= tuning.sqr_karatsuba) {
+        Nat ws(scratch_words(n));
+        karatsuba_sqr(r, a, n, ws.data(), stop);
+    } else {
         sqr_basecase(r, a, n);
-        return;
     }
-    std::vector<limb> ws(scratch_words(n));
-    karatsuba_sqr(r, a, n, ws.data(), stop);
 }
 
 Nat mul(const Nat& a, const Nat& b, Stop& stop) {

@@ -12,15 +12,37 @@ namespace ostr::big {
 
 using limb = std::uint64_t;
 using u128 = unsigned __int128;
-using Nat = std::vector<limb>;
+
+// Word buffers come from a per-thread cache of power-of-two blocks: the
+// recursive algorithms allocate and release many short-lived buffers, and
+// handing them back to the system (trimmed heap tops, unmapped large blocks)
+// costs a page fault per page on every reuse. The cache keeps a bounded
+// amount (see pool.cpp) and is switched off under the sanitizers so that
+// they see every allocation.
+void* pool_alloc(std::size_t bytes);
+void pool_free(void* p, std::size_t bytes) noexcept;
+
+template <class T>
+struct PoolAllocator {
+    using value_type = T;
+    PoolAllocator() noexcept = default;
+    template <class U>
+    PoolAllocator(const PoolAllocator<U>&) noexcept {}
+    T* allocate(std::size_t n) { return static_cast<T*>(pool_alloc(n * sizeof(T))); }
+    void deallocate(T* p, std::size_t n) noexcept { pool_free(p, n * sizeof(T)); }
+    template <class U>
+    bool operator==(const PoolAllocator<U>&) const noexcept { return true; }
+};
+
+using Nat = std::vector<limb, PoolAllocator<limb>>;
 
 // Algorithm thresholds in words. They are variables so that tests can lower
 // them and compare the fast paths with the plain ones on small operands.
 struct Tuning {
     std::size_t mul_karatsuba = 28;   // schoolbook below, Karatsuba at and above
     std::size_t sqr_karatsuba = 40;
-    std::size_t mul_toom3 = 180;      // Toom-3 at and above (balanced operands)
-    std::size_t sqr_toom3 = 220;
+    std::size_t mul_toom3 = 300;      // Toom-3 at and above (balanced operands)
+    std::size_t sqr_toom3 = 400;
     std::size_t div_newton = 60;      // schoolbook division while quotient or divisor is shorter
     std::size_t radix_base = 24;      // decimal conversion by single-word steps below
 };
@@ -90,6 +112,15 @@ Nat mul_plain(const Nat& a, const Nat& b);
 // ---- division and roots (divide.cpp) ----
 // q = floor(a/b), r = a - q*b; b non-zero. Either output may be null.
 void div_qr(Nat* q, Nat* r, const Nat& a, const Nat& b, Stop& stop);
+// A divisor with its reciprocal x ~ 2^(bits(b) + m) / b, for dividing many
+// numbers whose quotients have at most m - 64 bits by the same b.
+struct Divisor {
+    Nat b;
+    Nat x;
+    std::uint64_t m;
+};
+Divisor make_divisor(const Nat& b, std::uint64_t m, Stop& stop);
+void div_qr_pre(Nat* q, Nat* r, const Nat& a, const Divisor& d, Stop& stop);
 // Schoolbook division, the reference of the Newton path in tests.
 void div_qr_plain(Nat* q, Nat* r, const Nat& a, const Nat& b);
 // floor(2^k / d), d non-zero; exact.

@@ -18,6 +18,19 @@ constexpr std::uint64_t chunk_digits = 19;
 struct Powers {
     std::vector<Nat> five;
     std::vector<std::uint64_t> exp;
+    // Reciprocals of the powers, made on first use: every split at one level
+    // divides by the same power, so the Newton iteration runs once per level.
+    std::vector<Divisor> div;
+
+    const Divisor& divisor(std::size_t j, Stop& stop) {
+        if (div.size() < five.size()) div.resize(five.size());
+        if (div[j].b.empty()) {
+            // Quotients at level j stay below 10^(e_j), about 3.33 e_j bits.
+            const std::uint64_t m = exp[j] * 3322 / 1000 + 1 + 64;
+            div[j] = make_divisor(five[j], m, stop);
+        }
+        return div[j];
+    }
 
     bool build(std::uint64_t digits, Stop& stop) {
         Nat f{19073486328125ull};  // 5^19
@@ -54,7 +67,7 @@ void write_small(Nat a, char* out, std::uint64_t width) {
     std::memset(out, '0', static_cast<std::size_t>(p - out));
 }
 
-bool write_digits(const Nat& a, char* out, std::uint64_t width, const Powers& pw, Stop& stop) {
+bool write_digits(const Nat& a, char* out, std::uint64_t width, Powers& pw, Stop& stop) {
     if (a.size() <= tuning.radix_base) {
         write_small(a, out, width);
         return true;
@@ -64,7 +77,11 @@ bool write_digits(const Nat& a, char* out, std::uint64_t width, const Powers& pw
     const std::size_t j = pw.pick(width);
     const std::uint64_t e = pw.exp[j];
     Nat q, r5;
-    div_qr(&q, &r5, shr(a, e), pw.five[j], stop);
+    const Nat top = shr(a, e);
+    if (top.size() < tuning.div_newton || pw.five[j].size() < tuning.div_newton)
+        div_qr(&q, &r5, top, pw.five[j], stop);
+    else
+        div_qr_pre(&q, &r5, top, pw.divisor(j, stop), stop);
     if (stop.check()) return false;
     Nat r = shl(r5, e);
     add_in(r, low_bits(a, e));

@@ -16,10 +16,10 @@ void check_products(Operands& ops, std::uint64_t x_bits, std::uint64_t y_bits) {
     big::Stop stop;
     Mpz want;
     mpz_mul(want, x, y);
-    ASSERT_EQ(mpz_cmp(from_nat(big::mul(to_nat(x), to_nat(y), stop)), want), 0)
+    ASSERT_EQ(mpz_cmp(mpz_of(big::mul(nat_of(x), nat_of(y), stop)), want), 0)
         << x_bits << " x " << y_bits << " bits: " << x.str(16) << " * " << y.str(16);
     mpz_mul(want, x, x);
-    ASSERT_EQ(mpz_cmp(from_nat(big::sqr(to_nat(x), stop)), want), 0) << x_bits << " bits squared";
+    ASSERT_EQ(mpz_cmp(mpz_of(big::sqr(nat_of(x), stop)), want), 0) << x_bits << " bits squared";
 }
 
 TEST(Engine, ProductsMatchGmpOverTheSizeLadder) {
@@ -36,8 +36,8 @@ TEST(Engine, ProductsWithLowThresholdsMatchSchoolbook) {
     Operands ops(2);
     for (std::uint64_t wa = 1; wa <= 40; ++wa)
         for (std::uint64_t wb = 1; wb <= wa; wb += 1 + wb / 5) {
-            const Nat a = to_nat(ops.make(64 * wa - ops.below(64)));
-            const Nat b = to_nat(ops.make(64 * wb - ops.below(64)));
+            const Nat a = nat_of(ops.make(64 * wa - ops.below(64)));
+            const Nat b = nat_of(ops.make(64 * wb - ops.below(64)));
             big::Stop stop;
             ASSERT_EQ(big::mul(a, b, stop), big::mul_plain(a, b)) << wa << " x " << wb << " words";
             ASSERT_EQ(big::sqr(a, stop), big::mul_plain(a, a)) << wa << " words squared";
@@ -50,7 +50,7 @@ TEST(Engine, ProductsAroundTheDefaultThresholds) {
                              big::tuning.sqr_toom3, 2 * big::tuning.mul_toom3};
     for (std::size_t w : t)
         for (std::size_t n = w - 2; n <= w + 2; ++n) {
-            const Nat a = to_nat(ops.make(64 * n)), b = to_nat(ops.make(64 * n - ops.below(64)));
+            const Nat a = nat_of(ops.make(64 * n)), b = nat_of(ops.make(64 * n - ops.below(64)));
             big::Stop stop;
             ASSERT_EQ(big::mul(a, b, stop), big::mul_plain(a, b)) << n << " words";
             ASSERT_EQ(big::sqr(a, stop), big::mul_plain(a, a)) << n << " words squared";
@@ -62,9 +62,9 @@ void check_division(const Mpz& a, const Mpz& b) {
     mpz_tdiv_qr(q, r, a, b);
     Nat gq, gr;
     big::Stop stop;
-    big::div_qr(&gq, &gr, to_nat(a), to_nat(b), stop);
-    ASSERT_EQ(mpz_cmp(from_nat(gq), q), 0) << a.str(16) << " / " << b.str(16);
-    ASSERT_EQ(mpz_cmp(from_nat(gr), r), 0) << a.str(16) << " % " << b.str(16);
+    big::div_qr(&gq, &gr, nat_of(a), nat_of(b), stop);
+    ASSERT_EQ(mpz_cmp(mpz_of(gq), q), 0) << a.str(16) << " / " << b.str(16);
+    ASSERT_EQ(mpz_cmp(mpz_of(gr), r), 0) << a.str(16) << " % " << b.str(16);
 }
 
 TEST(Engine, QuotientsMatchGmpOverTheSizeLadder) {
@@ -102,7 +102,7 @@ TEST(Engine, NewtonDivisionMatchesSchoolbook) {
     Operands ops(6);
     for (int i = 0; i < 400; ++i) {
         const std::uint64_t bb = 1 + ops.below(2000), ab = bb + ops.below(3000);
-        const Nat a = to_nat(ops.make(ab)), b = to_nat(ops.make(bb));
+        const Nat a = nat_of(ops.make(ab)), b = nat_of(ops.make(bb));
         Nat q1, r1, q2, r2;
         big::Stop stop;
         big::div_qr(&q1, &r1, a, b, stop);
@@ -121,11 +121,11 @@ TEST(Engine, SquareRootsMatchGmp) {
             Mpz a = ops.make(b), want;
             mpz_sqrt(want, a);
             big::Stop stop;
-            ASSERT_EQ(mpz_cmp(from_nat(big::isqrt(to_nat(a), stop)), want), 0) << a.str(16);
+            ASSERT_EQ(mpz_cmp(mpz_of(big::isqrt(nat_of(a), stop)), want), 0) << a.str(16);
             mpz_mul(a, want, want);  // perfect squares and their neighbours
             for (int d = 0; d < 2; ++d, mpz_sub_ui(a, a, 1)) {
                 mpz_sqrt(want, a);
-                ASSERT_EQ(mpz_cmp(from_nat(big::isqrt(to_nat(a), stop)), want), 0) << a.str(16);
+                ASSERT_EQ(mpz_cmp(mpz_of(big::isqrt(nat_of(a), stop)), want), 0) << a.str(16);
             }
         }
     }
@@ -140,12 +140,12 @@ TEST(Engine, DecimalConversionMatchesGmpBothWays) {
             const Mpz a = ops.make(b);
             std::vector<char> digits;
             big::Stop stop;
-            ASSERT_TRUE(big::to_decimal(to_nat(a), digits, stop));
+            ASSERT_TRUE(big::to_decimal(nat_of(a), digits, stop));
             const std::string want = a.str();
             ASSERT_EQ(std::string(digits.begin(), digits.end()), want) << b << " bits";
             Nat back;
             ASSERT_TRUE(big::from_decimal(want.data(), want.size(), back, stop));
-            ASSERT_EQ(mpz_cmp(from_nat(back), a), 0) << b << " bits";
+            ASSERT_EQ(mpz_cmp(mpz_of(back), a), 0) << b << " bits";
         }
     }
 }
@@ -162,12 +162,12 @@ TEST(Engine, DecimalConversionAtPowersOfTen) {
             d < 0 ? mpz_sub_ui(a, p, 1) : mpz_add_ui(a, p, static_cast<unsigned long>(d));
             std::vector<char> digits;
             big::Stop stop;
-            ASSERT_TRUE(big::to_decimal(to_nat(a), digits, stop));
+            ASSERT_TRUE(big::to_decimal(nat_of(a), digits, stop));
             ASSERT_EQ(std::string(digits.begin(), digits.end()), a.str());
             Nat back;
             const std::string s = a.str();
             ASSERT_TRUE(big::from_decimal(s.data(), s.size(), back, stop));
-            ASSERT_EQ(mpz_cmp(from_nat(back), a), 0);
+            ASSERT_EQ(mpz_cmp(mpz_of(back), a), 0);
         }
     }
 }

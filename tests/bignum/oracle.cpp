@@ -10,7 +10,7 @@ std::string Mpz::str(int base) const {
     return s.get();
 }
 
-big::Nat to_nat(const Mpz& z) {
+big::Nat nat_of(const Mpz& z) {
     big::Nat n((mpz_sizeinbase(z, 2) + 63) / 64);
     std::size_t count = 0;
     mpz_export(n.data(), &count, -1, 8, 0, 0, z);
@@ -18,15 +18,15 @@ big::Nat to_nat(const Mpz& z) {
     return n;
 }
 
-Mpz from_nat(const big::Nat& n) {
+Mpz mpz_of(const big::Nat& n) {
     Mpz z;
     mpz_import(z, n.size(), -1, 8, 0, 0, n.data());
     return z;
 }
 
-big::OwnedBits to_bits(const Mpz& z) { return big::OwnedBits(big::from_nat(to_nat(z))); }
+big::OwnedBits to_bits(const Mpz& z) { return big::OwnedBits(big::from_nat(nat_of(z))); }
 
-Mpz from_bits(const BitArray* a) { return from_nat(big::to_nat(a)); }
+Mpz from_bits(const BitArray* a) { return mpz_of(big::to_nat(a)); }
 
 bool same(const BitArray* a, const Mpz& z) {
     if (!a) return false;

@@ -40,8 +40,8 @@ struct Mpz {
     std::string str(int base = 10) const;
 };
 
-big::Nat to_nat(const Mpz& z);
-Mpz from_nat(const big::Nat& n);
+big::Nat nat_of(const Mpz& z);
+Mpz mpz_of(const big::Nat& n);
 // A reduced record of z (the test owns it).
 big::OwnedBits to_bits(const Mpz& z);
 Mpz from_bits(const BitArray* a);

@@ -90,7 +90,7 @@ TEST(Record, Reversal) {
     EXPECT_EQ(ReverseUInt64Bits(0x0123456789ABCDEFull), 0xF7B3D591E6A2C480ull);
     Operands ops(31);
     for (std::uint64_t bits : {1u, 7u, 63u, 64u, 65u, 130u, 1000u}) {
-        OwnedBits a(big::from_nat_bits(to_nat(ops.uniform(bits)), bits + 3));
+        OwnedBits a(big::from_nat_bits(nat_of(ops.uniform(bits)), bits + 3));
         OwnedBits r(CopyBitArray(a.get()));
         ReverseBitArray(r.get());
         for (std::uint64_t i = 0; i < a->bits; ++i)

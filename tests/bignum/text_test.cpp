@@ -80,7 +80,7 @@ TEST(Text, DecimalFractionsAreExact) {
     Operands ops(22);
     for (std::uint64_t bits : size_ladder(4000 / big_scale)) {
         const Mpz a = ops.uniform(bits);
-        OwnedBits fa(big::from_nat_bits(to_nat(a), bits + ops.below(3)));  // leading zeros kept
+        OwnedBits fa(big::from_nat_bits(nat_of(a), bits + ops.below(3)));  // leading zeros kept
         const std::uint64_t k = fa->bits;
         // a / 2^k = a * 5^k / 10^k: k digits, trailing zeros dropped.
         Mpz scaled;
@@ -118,7 +118,7 @@ TEST(Text, HexadecimalFractions) {
     Operands ops(23);
     for (int i = 0; i < 200; ++i) {
         const std::uint64_t bits = 4 * (1 + ops.below(300));
-        OwnedBits a(big::from_nat_bits(to_nat(ops.uniform(bits)), bits));
+        OwnedBits a(big::from_nat_bits(nat_of(ops.uniform(bits)), bits));
         // The decimal and hexadecimal forms of one fraction agree.
         const std::string hex = OwnedString(BitArrayToHexadecimalFractionalString(a.get())).str();
         OwnedBits back(HexadecimalFractionalStringToBitArray(hex.c_str()));

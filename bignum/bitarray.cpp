@@ -18,9 +18,10 @@ namespace ostr::big {
 void BitArrayDeleter::operator()(BitArray* a) const noexcept { release(a); }
 
 BitArray* make(std::uint64_t bits) noexcept {
-    if (bits == 0) return nullptr;
-    const std::uint64_t nwords = bits / 64 + (bits % 64 != 0);  // bits + 63 may wrap
-    if (nwords > SIZE_MAX / sizeof(std::uint64_t)) return nullptr;
+    // Beyond 2^40 bits (128 GiB of words) no allocation can succeed; asking
+    // would only trouble allocators that treat such sizes as fatal.
+    if (bits == 0 || bits > (std::uint64_t{1} << 40)) return nullptr;
+    const std::uint64_t nwords = bits / 64 + (bits % 64 != 0);
     OwnedBlock<BitArray> a(static_cast<BitArray*>(mem_alloc(sizeof(BitArray))));
     if (!a) return nullptr;
     a->words = static_cast<std::uint64_t*>(mem_calloc(nwords, sizeof(std::uint64_t)));
@@ -52,7 +53,7 @@ Nat to_nat(const BitArray* a) {
 BitArray* from_nat_bits(const Nat& n, std::uint64_t bits) noexcept {
     BitArray* a = make(bits);
     if (!a) return nullptr;
-    std::memcpy(a->words, n.data(), std::min<std::uint64_t>(n.size(), a->nwords) * sizeof(limb));
+    if (!n.empty()) std::memcpy(a->words, n.data(), std::min<std::uint64_t>(n.size(), a->nwords) * sizeof(limb));
     CleanBitArray(a);
     return a;
 }
@@ -198,7 +199,7 @@ BitArray* copy(const BitArray* a) noexcept {
     if (!a || a->bits == 0) return nullptr;
     BitArray* r = make(a->bits);
     if (!r) return nullptr;
-    std::memcpy(r->words, a->words, used_words(a) * sizeof(limb));
+    if (used_words(a)) std::memcpy(r->words, a->words, used_words(a) * sizeof(limb));
     CleanBitArray(r);
     return r;
 }

@@ -77,13 +77,13 @@ limb sub_1(limb* r, std::size_t n, limb x) noexcept {
 
 limb add(limb* r, const limb* a, std::size_t an, const limb* b, std::size_t bn) noexcept {
     limb c = add_n(r, a, b, bn);
-    if (r != a) std::memmove(r + bn, a + bn, (an - bn) * sizeof(limb));
+    if (r != a && an > bn) std::memmove(r + bn, a + bn, (an - bn) * sizeof(limb));
     return add_1(r + bn, an - bn, c);
 }
 
 limb sub(limb* r, const limb* a, std::size_t an, const limb* b, std::size_t bn) noexcept {
     limb c = sub_n(r, a, b, bn);
-    if (r != a) std::memmove(r + bn, a + bn, (an - bn) * sizeof(limb));
+    if (r != a && an > bn) std::memmove(r + bn, a + bn, (an - bn) * sizeof(limb));
     return sub_1(r + bn, an - bn, c);
 }
 

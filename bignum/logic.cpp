@@ -91,7 +91,7 @@ BitArray* AddBits(BitArray* a, std::uint64_t x) noexcept {
         const std::uint64_t len = bit_length(v);
         if (len > a->bits && !grow(a, len)) return false;
         clean(a);
-        std::memcpy(a->words, v.data(), v.size() * sizeof(limb));
+        if (!v.empty()) std::memcpy(a->words, v.data(), v.size() * sizeof(limb));
         return true;
     });
     return ok ? a : nullptr;

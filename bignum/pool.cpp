@@ -18,6 +18,11 @@ namespace {
 #ifdef __SANITIZE_ADDRESS__
 #define OSTR_POOL_OFF 1
 #endif
+#ifdef OSTR_POOL_OFF
+constexpr bool pooling = false;
+#else
+constexpr bool pooling = true;
+#endif
 
 constexpr int classes = 48;
 constexpr int per_class = 8;
@@ -44,14 +49,14 @@ int size_class(std::size_t bytes) { return std::bit_width(bytes - 1); }
 
 void* pool_alloc(std::size_t bytes) {
     if (bytes == 0) bytes = 1;
-#ifndef OSTR_POOL_OFF
     const int c = size_class(bytes);
-    if (c < classes && !Cache::gone && cache.count[c] > 0) {
-        cache.held -= std::size_t{1} << c;
-        return cache.blocks[c][--cache.count[c]];
+    if (pooling && c < classes) {
+        if (!Cache::gone && cache.count[c] > 0) {
+            cache.held -= std::size_t{1} << c;
+            return cache.blocks[c][--cache.count[c]];
+        }
+        bytes = std::size_t{1} << c;
     }
-    if (c < classes) bytes = std::size_t{1} << c;
-#endif
     void* p = std::malloc(bytes);
     if (!p) throw std::bad_alloc();
     return p;
@@ -59,19 +64,14 @@ void* pool_alloc(std::size_t bytes) {
 
 void pool_free(void* p, std::size_t bytes) noexcept {
     if (!p) return;
-#ifndef OSTR_POOL_OFF
-    if (bytes == 0) bytes = 1;
-    const int c = size_class(bytes);
-    const std::size_t size = std::size_t{1} << c;
-    if (c < classes && size <= largest_cached && !Cache::gone && cache.count[c] < per_class &&
+    const int c = size_class(bytes == 0 ? 1 : bytes);
+    const std::size_t size = std::size_t{1} << (c < classes ? c : 0);
+    if (pooling && c < classes && size <= largest_cached && !Cache::gone && cache.count[c] < per_class &&
         cache.held + size <= cache_limit) {
         cache.blocks[c][cache.count[c]++] = p;
         cache.held += size;
         return;
     }
-#else
-    (void)bytes;
-#endif
     std::free(p);
 }
 

@@ -40,8 +40,8 @@ OSTR_BEGIN_DECLS
 
 /* ---- Construction and housekeeping ---- */
 
-/* A new zero value of `bits` bits in ceil(bits/64) words; NULL for 0 bits or
-   when memory runs out. */
+/* A new zero value of `bits` bits in ceil(bits/64) words; NULL for 0 bits,
+   for more than 2^40 bits, or when memory runs out. */
 OSTR_API BitArray *InitializeBitArray(uint64_t bits) OSTR_NOEXCEPT;
 /* x as a reduced record (zero is one cleared bit). */
 OSTR_API BitArray *InitializeBitArrayFromUInt64(uint64_t x) OSTR_NOEXCEPT;

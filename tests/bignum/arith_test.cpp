@@ -274,7 +274,7 @@ void stops_promptly(F run) {
 }
 
 TEST(Abort, SetDuringLongOperations) {
-    const std::uint64_t big = 3000000;
+    const std::uint64_t big = 3000000 / big_scale;
     OwnedBits three(InitializeBitArrayFromUInt64(3));
     OwnedBits x(ExponentiateBitArrays(three.get(), OwnedBits(InitializeBitArrayFromUInt64(big)).get(), nullptr));
     ASSERT_TRUE(x);
@@ -288,13 +288,20 @@ TEST(Abort, SetDuringLongOperations) {
         return ExponentiateBitArrays(three.get(), e.get(), f) == nullptr;
     });
     stops_promptly([&](const char* f) { return BitArrayFactorial(20000000, f) == nullptr; });
+    OwnedBits sq(MultiplyBitArrays(x.get(), x.get(), nullptr));
     stops_promptly([&](const char* f) {
-        OwnedBits p(MultiplyBitArrays(x.get(), x.get(), nullptr));
-        char* s = BitArrayToDecimalIntegerString(p.get(), f);
-        char* t = s ? BitArrayToDecimalIntegerString(p.get(), f) : nullptr;
+        char* s = BitArrayToDecimalIntegerString(sq.get(), f);
+        char* t = s ? BitArrayToDecimalIntegerString(sq.get(), f) : nullptr;
         FreeString(s);
         FreeString(t);
         return t == nullptr;
+    });
+    const std::string digits(3000000 / big_scale, '7');
+    stops_promptly([&](const char* f) {
+        OwnedBits a(DecimalIntegerStringToBitArray(digits.c_str(), f));
+        OwnedBits b(a ? DecimalIntegerStringToBitArray(digits.c_str(), f) : nullptr);
+        OwnedBits c(b ? DecimalIntegerStringToBitArray(digits.c_str(), f) : nullptr);
+        return c == nullptr;
     });
 }
 

@@ -3,6 +3,7 @@
 // carry (the shift of a reciprocal, fixed-point fractions, absent parts).
 #include <algorithm>
 #include <bit>
+#include <vector>
 
 #include "bignum/bitarray.hpp"
 
@@ -31,7 +32,7 @@ BitArrayDivision divide(const BitArray* a, const BitArray* b, std::uint64_t p, c
         // 2^k / d is one with k = n - 1: the parts are plain bit ranges.
         return parts(from_nat(shr(x, n - 1)), fraction_record(low_bits(x, n - 1), n - 1));
     }
-    if (p > max_bits) return parts(nullptr, nullptr);
+    if (p > max_bits || bit_length(x) + n + p > max_bits) return parts(nullptr, nullptr);
     const std::uint64_t k = n + p;
     Nat q, r, f;
     div_qr(&q, &r, x, y, stop);
@@ -51,7 +52,7 @@ BitArray* divide_one(const BitArray* a, const BitArray* b, const char* abort, bo
 
 BitArrayDivision square_root(const BitArray* a, std::uint64_t p, const char* abort) {
     Stop stop{abort};
-    if (p > max_bits || stop.check()) return parts(nullptr, nullptr);
+    if (p > max_bits / 4 || value_bits(a) + 2 * p > max_bits || stop.check()) return parts(nullptr, nullptr);
     // floor(sqrt(a) * 2^p) = isqrt(a * 4^p): its top bits are floor(sqrt(a)),
     // its low p bits the fraction.
     const Nat s = isqrt(shl(to_nat(a), 2 * p), stop);
@@ -62,7 +63,7 @@ BitArrayDivision square_root(const BitArray* a, std::uint64_t p, const char* abo
 BitArray* invert_sqrt(const BitArray* a, std::uint64_t p, std::uint64_t* shift, const char* abort) {
     const Nat x = to_nat(a);
     Stop stop{abort};
-    if (x.empty() || p > max_bits || stop.check()) return nullptr;
+    if (x.empty() || p > max_bits / 4 || bit_length(x) > max_bits / 4 || stop.check()) return nullptr;
     const std::uint64_t n = bit_length(x);
     if (is_pow2(x) && (n - 1) % 2 == 0) {
         *shift = (n - 1) / 2;
@@ -111,27 +112,74 @@ Nat range_product(std::uint64_t lo, std::uint64_t hi, std::uint64_t step, Stop& 
     return mul(left, right, stop);
 }
 
-// The odd numbers in (lo, hi].
-Nat odd_product(std::uint64_t lo, std::uint64_t hi, Stop& stop) {
-    const std::uint64_t first = (lo + 1) | 1;
-    const std::uint64_t last = hi % 2 ? hi : hi - 1;
-    if (hi <= lo || first > last) return Nat{1};
-    return range_product(first, last, 2, stop);
+// The odd primes up to n, by a sieve over the odd numbers (index i stands
+// for 2i + 1).
+std::vector<std::uint32_t> odd_primes(std::uint64_t n, Stop& stop) {
+    std::vector<std::uint32_t> primes;
+    if (n < 3) return primes;
+    const std::uint64_t m = (n - 1) / 2;
+    std::vector<bool> composite(m + 1);
+    for (std::uint64_t i = 1; (2 * i + 1) * (2 * i + 1) <= n; ++i) {
+        if (composite[i]) continue;
+        if (stop.check()) return {};
+        const std::uint64_t p = 2 * i + 1;
+        for (std::uint64_t j = (p * p - 1) / 2; j <= m; j += p) composite[j] = true;
+    }
+    for (std::uint64_t i = 1; i <= m; ++i)
+        if (!composite[i]) primes.push_back(static_cast<std::uint32_t>(2 * i + 1));
+    return primes;
 }
 
-// n! = 2^(n - popcount(n)) * oddpart, oddpart = prod_i P(n >> i) with P(m)
-// the product of the odd numbers up to m (from n! = 2^(n/2) (n/2)! P(n)).
-// With Q_i the odd numbers in (n >> (i+1), n >> i], P(n >> i) = prod_{j>=i} Q_j:
-// walking i downwards, p accumulates P(n >> i) and r the product of the p's.
-// Every factor is taken once; powers of two never enter a product.
+// The product of a list of words by binary splitting, word-packed leaves.
+Nat list_product(const limb* f, std::size_t n, Stop& stop) {
+    if (n <= 64) {
+        Nat acc{1};
+        limb cur = 1;
+        for (std::size_t i = 0; i < n; ++i) {
+            if (static_cast<u128>(cur) * f[i] >> 64) {
+                mul_small_in(acc, cur);
+                cur = f[i];
+            } else {
+                cur *= f[i];
+            }
+        }
+        mul_small_in(acc, cur);
+        return acc;
+    }
+    if (stop.check()) return {};
+    const Nat left = list_product(f, n / 2, stop);
+    const Nat right = list_product(f + n / 2, n - n / 2, stop);
+    return mul(left, right, stop);
+}
+
+// The odd part of the swing n! / (floor(n/2)!)^2: each odd prime p appears
+// to the power sum_k (floor(n / p^k) mod 2), and p^e <= n fits a word.
+Nat odd_swing(std::uint64_t n, const std::vector<std::uint32_t>& primes, Stop& stop) {
+    std::vector<limb> factors;
+    for (const std::uint32_t p : primes) {
+        if (p > n) break;
+        limb f = 1;
+        for (std::uint64_t q = n / p; q > 0; q /= p)
+            if (q & 1) f *= p;
+        if (f > 1) factors.push_back(f);
+    }
+    return list_product(factors.data(), factors.size(), stop);
+}
+
+// n! = 2^(n - popcount(n)) * oddfac(n), and the odd parts follow
+// oddfac(n) = oddfac(n/2)^2 * odd_swing(n) (from n! = (n/2)!^2 * swing(n)).
+// Walking up from the small end, each level is one square and one product
+// with a number of about n bits: squares are cheaper than products, and the
+// swing, a product of prime powers, is far shorter than n!.
 Nat factorial(std::uint64_t n, Stop& stop) {
-    Nat p{1}, r{1};
+    const std::vector<std::uint32_t> primes = odd_primes(n, stop);
+    Nat r{1};
     int top = 0;
     while ((n >> top) > 2) ++top;
-    for (int i = top; i >= 0 && !stop.check(); --i) {
-        const Nat q = odd_product(n >> (i + 1), n >> i, stop);
-        if (q != Nat{1}) p = mul(p, q, stop);
-        if (p != Nat{1}) r = mul(r, p, stop);
+    for (int i = top - 1; i >= 0 && !stop.check(); --i) {
+        r = sqr(r, stop);
+        const Nat s = odd_swing(n >> i, primes, stop);
+        r = mul(r, s, stop);
     }
     return shl(r, n - static_cast<std::uint64_t>(std::popcount(n)));
 }
@@ -194,7 +242,7 @@ BitArray* InvertBitArray(const BitArray* d, std::uint64_t p, std::uint64_t* shif
     BitArray* r = d ? guarded([&]() -> BitArray* {
         const Nat x = to_nat(d);
         Stop stop{abort};
-        if (x.empty() || p > max_bits || stop.check()) return nullptr;
+        if (x.empty() || p > max_bits || bit_length(x) + p > max_bits || stop.check()) return nullptr;
         const std::uint64_t n = bit_length(x);
         const std::uint64_t kk = is_pow2(x) ? n - 1 : n + p;
         const Nat inv = reciprocal(x, kk, stop);

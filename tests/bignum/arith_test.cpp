@@ -232,6 +232,27 @@ TEST(Arith, PowModKeepsItsWordArithmetic) {
     EXPECT_NE(PowMod(b, 2, mod), exact);
 }
 
+// Requests whose result could not be stored are refused at once, without
+// an attempt (each of these would otherwise ask for 2^60 bits or more).
+TEST(Arith, AbsurdArgumentsAreRefused) {
+    const auto a = u64(12345), b = u64(678);
+    const std::uint64_t huge = ~0ull;
+    std::uint64_t k = 5;
+    Parts d(DivideBitArrays(a.get(), b.get(), huge, nullptr));
+    EXPECT_EQ(d.d.integer, nullptr);
+    Parts s(SquareRootBitArray(a.get(), huge / 2, nullptr));
+    EXPECT_EQ(s.d.integer, nullptr);
+    EXPECT_EQ(InvertBitArray(b.get(), huge, &k, nullptr), nullptr);
+    EXPECT_EQ(k, 0u);
+    EXPECT_EQ(InvertSquareRootBitArray(b.get(), huge, &k, nullptr), nullptr);
+    EXPECT_EQ(BitArrayFactorial(huge, nullptr), nullptr);
+    EXPECT_EQ(FactorialPartialProductSub(1, huge, nullptr), nullptr);
+    EXPECT_EQ(GetPowerOf10BitArrays(1000, nullptr), nullptr);
+    EXPECT_EQ(DecimalFractionalStringToBitArray("5", huge, nullptr), nullptr);
+    OwnedBits q(DivideBitArrayByPowerOf10(a.get(), huge, nullptr));
+    EXPECT_TRUE(TestZeroBitArray(q.get()));
+}
+
 // ---- aborting ----
 
 TEST(Abort, SetOnEntryGivesNoResult) {

@@ -80,35 +80,29 @@ BitArray* invert_sqrt(const BitArray* a, std::uint64_t p, std::uint64_t* shift, 
     return from_nat(r);
 }
 
-// Multiplies the small factors of a range into one word while they fit, and
-// the words into the running product: the leaves of the binary splitting.
-void multiply_words(Nat& acc, std::uint64_t lo, std::uint64_t hi, std::uint64_t step) {
-    limb cur = 1;
-    for (std::uint64_t k = lo;; k += step) {
-        if (static_cast<u128>(cur) * k >> 64) {
-            mul_small_in(acc, cur);
-            cur = k;
-        } else {
-            cur *= k;
-        }
-        if (hi - k < step) break;
-    }
-    mul_small_in(acc, cur);
-}
-
-// lo * (lo+step) * ... up to hi, by binary splitting, so that the big
-// products are between numbers of similar size. Requires lo <= hi.
-Nat range_product(std::uint64_t lo, std::uint64_t hi, std::uint64_t step, Stop& stop) {
-    const std::uint64_t count = (hi - lo) / step + 1;
-    if (count <= 64) {
+// lo * (lo+1) * ... * hi (lo <= hi) by binary splitting, so that the big
+// products are between numbers of similar size; the leaves pack factors into
+// words while they fit.
+Nat range_product(std::uint64_t lo, std::uint64_t hi, Stop& stop) {
+    if (hi - lo < 64) {
         Nat acc{1};
-        multiply_words(acc, lo, hi, step);
+        limb cur = 1;
+        for (std::uint64_t k = lo;; ++k) {
+            if (static_cast<u128>(cur) * k >> 64) {
+                mul_small_in(acc, cur);
+                cur = k;
+            } else {
+                cur *= k;
+            }
+            if (k == hi) break;
+        }
+        mul_small_in(acc, cur);
         return acc;
     }
     if (stop.check()) return {};
-    const std::uint64_t mid = lo + (count / 2) * step;
-    const Nat left = range_product(lo, mid - step, step, stop);
-    const Nat right = range_product(mid, hi, step, stop);
+    const std::uint64_t mid = lo + (hi - lo) / 2;
+    const Nat left = range_product(lo, mid, stop);
+    const Nat right = range_product(mid + 1, hi, stop);
     return mul(left, right, stop);
 }
 
@@ -305,7 +299,7 @@ BitArray* FactorialPartialProductSub(std::uint64_t lo, std::uint64_t hi, const c
         if (lo > hi) return from_nat(Nat{1});
         if (lo == 0) return from_nat(Nat{});
         if (hi - lo > (std::uint64_t{1} << 31)) return nullptr;
-        const Nat r = range_product(lo, hi, 1, stop);
+        const Nat r = range_product(lo, hi, stop);
         return stop.check() ? nullptr : from_nat(r);
     });
 }

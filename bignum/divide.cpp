@@ -206,36 +206,67 @@ Nat reciprocal(const Nat& d, std::uint64_t k, Stop& stop) {
     return x;
 }
 
-// Square root by precision doubling: the root of the top half of the bits
-// gives a start above the root with about a quarter of the bits right; one
-// Newton step x' = (x + a/x)/2 (a division of the full size) leaves it a few
-// units above floor(sqrt(a)), and (x-1)^2 = x^2 - 2x + 1 walks it down.
-Nat isqrt(const Nat& a, Stop& stop) {
+namespace {
+
+// floor(sqrt(a)) and the remainder a - s^2, recursively on the top half of
+// the bits: with a = ah 2^(2k) + al, k = floor(bits/4), and sh^2 + rh = ah,
+// the root is about sh 2^k + q with q = floor((rh 2^k + al/2^k) / (2 sh)):
+// the tangent step of (sh 2^k + q)^2 = a. Its square overshoots a by at
+// most q^2, so a few steps s -> s - 1 (the remainder grows by 2s - 1) end
+// it. Each level divides a number of about half the bits by one of a
+// quarter and squares a quarter, so the whole costs a few products of half
+// the size, not a full division per level.
+void sqrt_rem(const Nat& a, Nat& s, Nat& r, Stop& stop) {
     const std::uint64_t len = bit_length(a);
     if (len <= 120) {
         u128 v = 0;
         for (std::size_t i = a.size(); i-- > 0;) v = (v << 64) | a[i];
         const limb x = isqrt128(v);
-        return x ? Nat{x} : Nat{};
+        const u128 rem = v - static_cast<u128>(x) * x;
+        s = x ? Nat{x} : Nat{};
+        r = Nat{static_cast<limb>(rem), static_cast<limb>(rem >> 64)};
+        trim(r);
+        return;
     }
-    if (stop.check()) return {};
+    if (stop.check()) return;
     const std::uint64_t k = len / 4;
-    Nat x = isqrt(shr(a, 2 * k), stop);
-    increment(x);
-    x = shl(x, k);
-    Nat quo;
-    div_qr(&quo, nullptr, a, x, stop);
-    if (stop.check()) return {};
-    add_in(x, quo);
-    x = shr(x, 1);
-    Nat sq = sqr(x, stop);
-    while (cmp(sq, a) > 0) {
-        Nat twice = shl(x, 1);
-        sub_in(sq, twice);
-        increment(sq);
-        decrement(x);
+    Nat sh, rh;
+    sqrt_rem(shr(a, 2 * k), sh, rh, stop);
+    if (stop.check()) return;
+    const Nat al = low_bits(a, 2 * k);
+    Nat num = shl(rh, k);
+    add_in(num, shr(al, k));
+    Nat q, u;
+    div_qr(&q, &u, num, shl(sh, 1), stop);
+    if (stop.check()) return;
+    s = shl(sh, k);
+    add_in(s, q);
+    Nat pos = shl(u, k);
+    add_in(pos, low_bits(al, k));
+    const Nat neg = sqr(q, stop);
+    if (cmp(pos, neg) >= 0) {
+        r = sub(pos, neg);
+        return;
     }
-    return x;
+    Nat deficit = sub(neg, pos);  // the remainder is -deficit
+    for (;;) {
+        Nat step = shl(s, 1);     // (s-1)^2 = s^2 - (2s - 1)
+        decrement(step);
+        decrement(s);
+        if (cmp(step, deficit) >= 0) {
+            r = sub(step, deficit);
+            return;
+        }
+        sub_in(deficit, step);
+    }
+}
+
+}  // namespace
+
+Nat isqrt(const Nat& a, Stop& stop) {
+    Nat s, r;
+    sqrt_rem(a, s, r, stop);
+    return s;
 }
 
 }  // namespace ostr::big

@@ -369,6 +369,48 @@ Pair jy_steed(double nu, double x) {
     return {jnu, recur_up(mu, nu, x, ymu, ymu1, -1).value()};
 }
 
+// x >= 20 with an order too large for the Hankel expansion itself: J and Y
+// at the orders mu0 = nu - floor(nu) and mu0 + 1 from the expansion, then the
+// upward recurrence, which is stable for Y everywhere and for J while the
+// order stays below the turning point x. Past split = x - 2 x^(1/3) J is
+// recessive upwards; there CF1 at nu (short, because nu > split) and the
+// downward recurrence give J'/J at the order mu just below split, and the
+// Wronskian J_mu (Y'_mu - f_mu Y_mu) = 2/(pi x) normalises it. CF1 started
+// below the turning point would run through x - nu oscillating terms and
+// lose about (x - nu) eps of relative accuracy.
+Pair jy_large(double nu, double x) {
+    double mu0 = nu - std::floor(nu);
+    Pair a, b;
+    if (!hankel_jy(mu0, x, 0, a) || !hankel_jy(mu0 + 1, x, 0, b)) return {nan, nan};
+    double split = x - 2 * std::cbrt(x);
+    if (nu <= split) {
+        Scaled j = recur_up(mu0, nu, x, a.first, b.first, -1);
+        Scaled y = recur_up(mu0, nu, x, a.second, b.second, -1);
+        return {j.value(), y.value()};
+    }
+    double mu = mu0 + std::max(0.0, std::floor(split - mu0));
+    Scaled ymu = recur_up(mu0, mu, x, a.second, b.second, -1);
+    Scaled ymu1 = recur_up(mu0, mu + 1, x, a.second, b.second, -1);
+    double y0 = ymu.value(), y1 = ymu1.value();
+    double f;
+    bool negative;
+    if (!cf1(nu, x, -1, f, negative)) return {nan, nan};
+    double jl = negative ? -1 : 1, jp = f * jl;
+    int e = 0;
+    double l = nu;
+    for (double i = std::nearbyint(nu - mu); i > 0; i -= 1, l -= 1) {
+        double jm = l / x * jl + jp;
+        jp = (l - 1) / x * jm - jl;
+        jl = jm;
+        rescale(jl, jp, e);
+    }
+    if (jl == 0) jl = tiny;
+    double fmu = jp / jl;
+    double jmu = 2 / (pi * x) / (mu / x * y0 - y1 - fmu * y0);
+    double jnu = std::ldexp(jmu / jl * (negative ? -1 : 1), -e);
+    return {jnu, recur_up(mu, nu, x, y0, y1, -1).value()};
+}
+
 // ---- I and K ----------------------------------------------------------------
 
 Pair ik_kernel(double nu, double x) {
@@ -430,7 +472,8 @@ Pair bessel_jy(double nu, double x, double dx) noexcept {
     if (nu > max_order) return {nan, nan};
     Pair r;
     if (hankel_applies(nu, x) && hankel_jy(nu, x, dx, r)) return r;
-    return x < 2 ? jy_small(nu, x) : jy_steed(nu, x);
+    if (x < 2) return jy_small(nu, x);
+    return x < 20 ? jy_steed(nu, x) : jy_large(nu, x);
 }
 
 Pair bessel_ik(double nu, double x) noexcept {

@@ -6,9 +6,11 @@
 //   x < -1:  Ai = sqrt|x|/2 (J - Y/sqrt(3)),  Bi = -sqrt|x|/2 (J/sqrt(3) + Y),
 // (from I_{-1/3} = I_{1/3} + (sqrt 3/pi) K_{1/3} and the reflection of J_{-1/3}),
 // so both sides are free of cancellation except at the zeros themselves.
-// On the oscillatory side zeta is formed to twice double precision and its
-// low part goes into the phase of the Bessel expansion: an error of one ulp in
-// zeta would otherwise cost 1e-12 of the amplitude near x = -1000.
+// zeta is formed to twice double precision. On the oscillatory side its low
+// part goes into the phase of the Bessel expansion (one ulp of zeta would
+// cost 4e-12 of the amplitude near x = -1000); for x > 1 it scales the result
+// by exp(-+low), since K and I there behave like exp(-+zeta) (one ulp of
+// zeta costs 7e-14 at x = 99).
 #include <cmath>
 #include <limits>
 
@@ -67,8 +69,8 @@ double airy_ai(double x) noexcept {
         return s.first - s.second;
     }
     if (x < 0) return airy_negative(x).first;
-    double zeta = 2 * x * std::sqrt(x) / 3;
-    return std::sqrt(x / 3) / pi * bessel_ik(1.0 / 3, zeta).second;
+    Pair z = zeta_split(x);
+    return std::sqrt(x / 3) / pi * bessel_ik(1.0 / 3, z.first).second * std::exp(-z.second);
 }
 
 double airy_bi(double x) noexcept {
@@ -79,9 +81,9 @@ double airy_bi(double x) noexcept {
         return sqrt3 * (s.first + s.second);
     }
     if (x < 0) return airy_negative(x).second;
-    double zeta = 2 * x * std::sqrt(x) / 3;
-    Pair ik = bessel_ik(1.0 / 3, zeta);
-    return std::sqrt(x / 3) * (2 * ik.first + sqrt3 / pi * ik.second);
+    Pair z = zeta_split(x);
+    Pair ik = bessel_ik(1.0 / 3, z.first);
+    return std::sqrt(x / 3) * (2 * ik.first + sqrt3 / pi * ik.second) * std::exp(z.second);
 }
 
 }  // namespace ostr::special

@@ -56,6 +56,12 @@ constexpr double rgamma_taylor[] = {
     -1.1812593016974588e-16, 1.1866922547516004e-18, 1.4123806553180319e-18};
 
 bool is_integer(double v) { return std::isfinite(v) && v == std::nearbyint(v); }
+
+// c1 v1 + c2 v2 where a zero coefficient drops its term even if the value is
+// infinite (Y_{-nu} of half-integer nu is exactly +-J_nu).
+double combine(double c1, double v1, double c2, double v2) {
+    return (c1 == 0 ? 0 : c1 * v1) + (c2 == 0 ? 0 : c2 * v2);
+}
 bool is_odd(double v) { return std::fmod(v, 2.0) != 0; }
 
 // v * 2^e * exp(x) without intermediate overflow: x = n ln2 + r with the
@@ -500,7 +506,7 @@ double bessel_j(double x, double nu) noexcept {
     }
     Pair r = bessel_jy(a, x);
     if (nu > 0) return r.first;
-    return cos_pi(a) * r.first - sin_pi(a) * r.second;
+    return combine(cos_pi(a), r.first, -sin_pi(a), r.second);
 }
 
 double bessel_y(double x, double nu) noexcept {
@@ -510,7 +516,7 @@ double bessel_y(double x, double nu) noexcept {
     Pair r = bessel_jy(a, x);
     if (nu >= 0) return r.second;
     if (is_integer(a)) return is_odd(a) ? -r.second : r.second;
-    return sin_pi(a) * r.first + cos_pi(a) * r.second;
+    return combine(sin_pi(a), r.first, cos_pi(a), r.second);
 }
 
 double bessel_i(double x, double nu) noexcept {

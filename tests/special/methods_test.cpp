@@ -44,6 +44,7 @@ TEST(Bessel, SpecialPointsAndParity) {
     EXPECT_EQ(sp::bessel_y(2.5, -3), -sp::bessel_y(2.5, 3));
     EXPECT_EQ(sp::bessel_i(-2.5, 3), -sp::bessel_i(2.5, 3));
     EXPECT_EQ(sp::bessel_k(2.5, -1.5), sp::bessel_k(2.5, 1.5));
+    EXPECT_EQ(sp::bessel_y(1e-130, -2.5), sp::bessel_j(1e-130, 2.5));  // Y_{2.5} overflows, cos = 0
     EXPECT_EQ(sp::bessel_j(inf, 2), 0);
     EXPECT_EQ(sp::bessel_i(inf, 2), inf);
     // Overflow and underflow at the ends of the range.

@@ -3,19 +3,24 @@
 // reflection formulas, the parity at negative x and the special points.
 //
 // Regions (x > 0, nu >= 0):
-//   x >= max(20, nu^2/4)  Hankel expansions of J, Y, I, K in 1/x; under that
-//                         bound every term after the first few falls by a
-//                         factor nu^2/(2x(k+1)) <= 1/(k+1) or better, so the
-//                         sum reaches full precision without cancellation.
+//   x >= max(20, nu^2/4)  Hankel expansions of J, Y, I, K in 1/x; there term
+//                         k+1 is at most nu^2/(2x(k+1)) <= 2/(k+1) times term
+//                         k, so no term exceeds 2 and the sum has no real
+//                         cancellation; x >= 20 puts the smallest term (near
+//                         k = 2x, about e^-2x) below eps.
 //   x < 2                 power series for J and I; Temme's series for Y and K
 //                         at the reduced order mu = nu - round(nu), then the
 //                         upward recurrence (stable for Y and K) to nu.
-//   otherwise             J and Y: continued fraction CF1 for J'/J at nu, the
+//   2 <= x < 20           J and Y: continued fraction CF1 for J'/J at nu, the
 //                         downward recurrence to mu ~ x (stable for J), Steed's
 //                         CF2 for (J' + iY')/(J + iY) at mu and the Wronskian
 //                         JY' - J'Y = 2/(pi x) for the normalisation, then
 //                         the upward recurrence of Y.
-//                         I and K: K at mu and mu + 1 from the trapezoid rule on
+//   x >= 20               J and Y: the Hankel expansion at the orders frac(nu)
+//                         and frac(nu) + 1, the upward recurrence (and past
+//                         the turning point CF1 with the Wronskian for J).
+//   x >= 2                I and K (below the Hankel bound):
+//                         K at mu and mu + 1 from the trapezoid rule on
 //                         K_mu(x) = int_0^inf exp(-x cosh t) cosh(mu t) dt, the
 //                         upward recurrence of K; I from CF1 for I'/I, the
 //                         downward recurrence and the Wronskian

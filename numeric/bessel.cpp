@@ -328,11 +328,15 @@ struct Scaled {
     int e;
     double value() const { return std::ldexp(v, e); }
 };
+// Past the turning point (K: everywhere) the values only grow with the order,
+// so once the exponent passes 2^2000 (times e^x, which K still loses later)
+// the result is infinite and the remaining steps are skipped.
 Scaled recur_up(double mu, double nu, double x, double y0, double y1, double sign) {
     int e = 0;
     int steps = static_cast<int>(std::nearbyint(nu - mu));
+    int e_stop = 2000 + (sign > 0 ? static_cast<int>(x / 0.69314718055994530942) : 0);
     double l = mu + 1;
-    for (int i = 0; i < steps; ++i, l += 1) {
+    for (int i = 0; i < steps && e < e_stop; ++i, l += 1) {
         double y2 = 2 * l / x * y1 + sign * y0;
         y0 = y1;
         y1 = y2;

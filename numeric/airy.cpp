@@ -61,9 +61,16 @@ Pair airy_negative(double x) {
 
 }  // namespace
 
+// Past |x| = 1e200, zeta = (2/3)|x|^(3/2) leaves the double range: Ai and Bi
+// are 0 and +inf on the right; on the left the phase cannot be formed and the
+// result is NaN (the limit at -inf is 0).
+constexpr double huge = 1e200;
+
 double airy_ai(double x) noexcept {
     if (std::isnan(x)) return x;
     if (std::isinf(x)) return 0;
+    if (x > huge) return 0;
+    if (x < -huge) return std::numeric_limits<double>::quiet_NaN();
     if (std::fabs(x) <= 1) {
         Pair s = maclaurin(x);
         return s.first - s.second;
@@ -76,6 +83,8 @@ double airy_ai(double x) noexcept {
 double airy_bi(double x) noexcept {
     if (std::isnan(x)) return x;
     if (std::isinf(x)) return x > 0 ? x : 0;
+    if (x > huge) return std::numeric_limits<double>::infinity();
+    if (x < -huge) return std::numeric_limits<double>::quiet_NaN();
     if (std::fabs(x) <= 1) {
         Pair s = maclaurin(x);
         return sqrt3 * (s.first + s.second);

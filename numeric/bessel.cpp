@@ -3,19 +3,24 @@
 // reflection formulas, the parity at negative x and the special points.
 //
 // Regions (x > 0, nu >= 0):
-//   x >= max(20, nu^2/4)  Hankel expansions of J, Y, I, K in 1/x; under that
-//                         bound every term after the first few falls by a
-//                         factor nu^2/(2x(k+1)) <= 1/(k+1) or better, so the
-//                         sum reaches full precision without cancellation.
+//   x >= max(20, nu^2/4)  Hankel expansions of J, Y, I, K in 1/x; there term
+//                         k+1 is at most nu^2/(2x(k+1)) <= 2/(k+1) times term
+//                         k, so no term exceeds 2 and the sum has no real
+//                         cancellation; x >= 20 puts the smallest term (near
+//                         k = 2x, about e^-2x) below eps.
 //   x < 2                 power series for J and I; Temme's series for Y and K
 //                         at the reduced order mu = nu - round(nu), then the
 //                         upward recurrence (stable for Y and K) to nu.
-//   otherwise             J and Y: continued fraction CF1 for J'/J at nu, the
+//   2 <= x < 20           J and Y: continued fraction CF1 for J'/J at nu, the
 //                         downward recurrence to mu ~ x (stable for J), Steed's
 //                         CF2 for (J' + iY')/(J + iY) at mu and the Wronskian
 //                         JY' - J'Y = 2/(pi x) for the normalisation, then
 //                         the upward recurrence of Y.
-//                         I and K: K at mu and mu + 1 from the trapezoid rule on
+//   x >= 20               J and Y: the Hankel expansion at the orders frac(nu)
+//                         and frac(nu) + 1, the upward recurrence (and past
+//                         the turning point CF1 with the Wronskian for J).
+//   x >= 2                I and K (below the Hankel bound):
+//                         K at mu and mu + 1 from the trapezoid rule on
 //                         K_mu(x) = int_0^inf exp(-x cosh t) cosh(mu t) dt, the
 //                         upward recurrence of K; I from CF1 for I'/I, the
 //                         downward recurrence and the Wronskian
@@ -65,11 +70,17 @@ double combine(double c1, double v1, double c2, double v2) {
 bool is_odd(double v) { return std::fmod(v, 2.0) != 0; }
 
 // v * 2^e * exp(x) without intermediate overflow: x = n ln2 + r with the
-// two-part ln2 so that r keeps full precision for |x| up to 2^20.
+// two-part ln2 so that r keeps full precision for |x| up to 2^20; beyond
+// that (or past the double range altogether) the result is 0 or +-inf.
 double scale_exp(double v, int e, double x) {
+    constexpr double ln2 = 0.69314718055994530942;
     constexpr double ln2_hi = 6.93147180369123816490e-01;  // 32 significant bits
     constexpr double ln2_lo = 1.90821492927058770002e-10;
-    double n = std::nearbyint(x / 0.69314718055994530942);
+    if (v == 0 || std::isnan(v)) return v;
+    double total = x / ln2 + e;
+    if (total > 3000) return std::copysign(std::numeric_limits<double>::infinity(), v);
+    if (total < -3000) return std::copysign(0.0, v);
+    double n = std::nearbyint(x / ln2);
     double r = (x - n * ln2_hi) - n * ln2_lo;
     return std::ldexp(v * std::exp(r), e + static_cast<int>(n));
 }
@@ -126,7 +137,7 @@ bool hankel_jy(double nu, double x, double dx, Pair& out) {
     double c = cx * cp + sx * sp;
     double s = sx * cp - cx * sp;
     double c1 = c - dx * s, s1 = s + dx * c;
-    double a = std::sqrt(2 / (pi * x));
+    double a = std::sqrt(2 / pi) / std::sqrt(x);  // no overflow of pi x near DBL_MAX
     out = {a * (h.p * c1 - h.q * s1), a * (h.p * s1 + h.q * c1)};
     return true;
 }
@@ -134,21 +145,21 @@ bool hankel_jy(double nu, double x, double dx, Pair& out) {
 bool hankel_ik(double nu, double x, Pair& out) {
     HankelSums h;
     if (!hankel_sums(nu, x, h)) return false;
-    out = {scale_exp(h.t / std::sqrt(2 * pi * x), 0, x),
-           scale_exp(h.s * std::sqrt(pi / (2 * x)), 0, -x)};
+    double root = std::sqrt(2 * pi) * std::sqrt(x);
+    out = {scale_exp(h.t / root, 0, x), scale_exp(h.s * pi / root, 0, -x)};
     return true;
 }
 
 // ---- Power series ----------------------------------------------------------
 // (x/2)^nu / Gamma(nu + 1); through logarithms only when the power leaves the
-// double range, where the result is near or past underflow anyway.
+// double range, where the result is near or past underflow anyway. For
+// subnormal x, x/2 would round, so the power of x is taken first.
 double series_lead(double nu, double x) {
-    double h = 0.5 * x;
     if (nu < 170) {
-        double p = std::pow(h, nu);
+        double p = x >= 0x1p-1020 ? std::pow(0.5 * x, nu) : std::pow(x, nu) * std::exp2(-nu);
         if (p > 1e-290 && p < 1e290) return p / std::tgamma(nu + 1);
     }
-    return std::exp(nu * std::log(h) - std::lgamma(nu + 1));
+    return std::exp(nu * (std::log(x) - 0.69314718055994530942) - std::lgamma(nu + 1));
 }
 
 // sum_k (sign x^2/4)^k / (k! (nu+1)_k) (x/2)^nu / Gamma(nu+1): J for sign -1,
@@ -194,11 +205,15 @@ double ratio_sinh(double t) { return t == 0 ? 1 : std::sinh(t) / t; }
 // The terms fall like (x^2/4)^k/k!^2: about 15 of them for x < 2.
 Pair temme(double mu, double x, bool modified) {
     TemmeGammas g = temme_gammas(mu);
-    double d = -std::log(0.5 * x);
+    double d = 0.69314718055994530942 - std::log(x);  // ln(2/x), also for subnormal x
     double e = mu * d;
+    // (x/2)^-mu by pow rather than exp(e): e carries the rounding of ln x,
+    // which would cost |e| eps (4e-14 at x = 1e-300).
+    double ex = x >= 0x1p-1020 ? std::pow(0.5 * x, -mu) : std::pow(x, -mu) * std::exp2(mu);
+    double ch = 0.5 * (ex + 1 / ex);
+    double sh = std::fabs(e) < 1 ? ratio_sinh(e) : 0.5 * (ex - 1 / ex) / e;
     double lead = 1 / ratio_sin(pi * mu);
-    double f = lead * (g.g1 * std::cosh(e) + g.g2 * ratio_sinh(e) * d);
-    double ex = std::exp(e);
+    double f = lead * (g.g1 * ch + g.g2 * sh * d);
     double p = ex / g.gp, q = 1 / (ex * g.gm);
     double r = 0, c = 1, sign = 1;
     if (modified) {
@@ -323,11 +338,15 @@ struct Scaled {
     int e;
     double value() const { return std::ldexp(v, e); }
 };
+// Past the turning point (K: everywhere) the values only grow with the order,
+// so once the exponent passes 2^2000 (times e^x, which K still loses later)
+// the result is infinite and the remaining steps are skipped.
 Scaled recur_up(double mu, double nu, double x, double y0, double y1, double sign) {
     int e = 0;
     int steps = static_cast<int>(std::nearbyint(nu - mu));
+    int e_stop = 2000 + (sign > 0 ? static_cast<int>(std::min(x, 1e9) / 0.69314718055994530942) : 0);
     double l = mu + 1;
-    for (int i = 0; i < steps; ++i, l += 1) {
+    for (int i = 0; i < steps && e < e_stop; ++i, l += 1) {
         double y2 = 2 * l / x * y1 + sign * y0;
         y0 = y1;
         y1 = y2;
@@ -430,9 +449,17 @@ Pair ik_kernel(double nu, double x) {
     Pair k = k_trapezoid(mu, x);
     double kmu = k.first, kmu1 = k.second;
     Scaled knu = recur_up(mu, nu, x, kmu, kmu1, 1);
+    double k_nu = scale_exp(knu.v, knu.e, -x);
     double f;
     bool negative;
-    if (!cf1(nu, x, 1, f, negative)) return {nan, nan};
+    if (!cf1(nu, x, 1, f, negative)) {
+        // CF1 needs about x terms. Past the bound, I is far beyond the double
+        // range whenever the leading Debye exponent
+        // sqrt(nu^2+x^2) - nu asinh(nu/x) says so; otherwise NaN.
+        double r = std::hypot(nu, x);
+        bool overflows = r - nu * std::asinh(nu / x) - 0.5 * std::log(2 * pi * r) > 750;
+        return {overflows ? inf : nan, k_nu};
+    }
     double il = 1, ip = f;
     int e = 0;
     double l = nu;
@@ -445,7 +472,7 @@ Pair ik_kernel(double nu, double x) {
     // I_mu (K'_mu - f_mu K_mu) = -1/x with K'_mu = (mu/x) K_mu - K_{mu+1}.
     double fmu = ip / il;
     double imu = 1 / (x * (kmu * (fmu - mu / x) + kmu1));
-    return {scale_exp(imu / il, -e, x), scale_exp(knu.v, knu.e, -x)};
+    return {scale_exp(imu / il, -e, x), k_nu};
 }
 
 }  // namespace

@@ -75,20 +75,30 @@ bool kronrod(F& f, double a, double b, Panel<T>& out) {
     return ok;
 }
 
-// Neumaier's compensated sum of the panel values.
-template <class T>
-T panel_sum(const Panel<T>* p, int count) {
-    T sum = 0, comp = 0;
-    for (int i = 0; i < count; ++i) {
-        T v = p[i].value, t = sum + v;
-        if constexpr (std::is_same_v<T, double>) {
-            comp += std::fabs(sum) >= std::fabs(v) ? (sum - t) + v : (v - t) + sum;
-        } else {
-            comp += (sum - t) + v;  // parts are summed alike; good enough at 1e-12
-        }
+// Neumaier's compensated sum of the panel values, part by part.
+struct Neumaier {
+    double sum = 0, comp = 0;
+    void add(double v) {
+        double t = sum + v;
+        comp += std::fabs(sum) >= std::fabs(v) ? (sum - t) + v : (v - t) + sum;
         sum = t;
     }
-    return sum + comp;
+    double value() const { return sum + comp; }
+};
+
+inline double panel_sum(const Panel<double>* p, int count) {
+    Neumaier s;
+    for (int i = 0; i < count; ++i) s.add(p[i].value);
+    return s.value();
+}
+
+inline Cx panel_sum(const Panel<Cx>* p, int count) {
+    Neumaier re, im;
+    for (int i = 0; i < count; ++i) {
+        re.add(p[i].value.real());
+        im.add(p[i].value.imag());
+    }
+    return {re.value(), im.value()};
 }
 
 template <class T, class F>

@@ -56,7 +56,8 @@ OSTR_API double Gamma(double x) OSTR_NOEXCEPT;
 OSTR_API double LogGamma(double x) OSTR_NOEXCEPT;
 /* Gamma(z) for complex z; NaN at the poles. */
 OSTR_API Complex *GammaC(Complex *result, const Complex *z) OSTR_NOEXCEPT;
-/* x! = Gamma(x + 1); correctly rounded for the integers 0..170. */
+/* x! = Gamma(x + 1); correctly rounded for the integers 0..170, +inf above,
+   NaN for negative integers. */
 OSTR_API double Factorial(double x) OSTR_NOEXCEPT;
 /* Binomial coefficient n!/(k!(n-k)!) and number of arrangements n!/(n-k)!
    for real n, k >= 0 (NaN for negative arguments). Exact integers when both

@@ -55,6 +55,25 @@ TEST(Bessel, SpecialPointsAndParity) {
     EXPECT_EQ(sp::bessel_j(0.1, 300), 0);
 }
 
+// The ends of the double range, against mpmath: subnormal x (where x/2 and
+// ln(x/2) would round) and x = DBL_MAX (where pi x and 8x overflow).
+TEST(Bessel, EndsOfTheDoubleRange) {
+    const double dmax = std::numeric_limits<double>::max(), dmin = 4.9406564584124654e-324;
+    EXPECT_LE(rel(sp::bessel_j(dmin, 0.5), 1.7735048886036273e-162), 1e-15);
+    EXPECT_LE(rel(sp::bessel_y(dmin, 0.5), -3.5896138570490507e161), 1e-15);
+    EXPECT_LE(rel(sp::bessel_y(dmin, 0), -473.99907342300431), 1e-15);
+    EXPECT_LE(rel(sp::bessel_k(dmin, 0), 744.55600343703967), 1e-15);
+    EXPECT_LE(rel(sp::bessel_y(1e-300, 0.3), -1.1723523233093104e90), 1e-15);
+    EXPECT_LE(rel(sp::bessel_j(dmax, 0), -4.1869868495853732e-155), 1e-15);
+    EXPECT_LE(rel(sp::bessel_y(dmax, 0), 4.2287458488299952e-155), 1e-15);
+    EXPECT_EQ(sp::bessel_i(dmax, 0), inf);
+    EXPECT_EQ(sp::bessel_k(dmax, 0), 0);
+    EXPECT_EQ(sp::bessel_k(dmax, 100.5), 0);
+    EXPECT_EQ(sp::airy_ai(1e300), 0);
+    EXPECT_EQ(sp::airy_bi(1e300), inf);
+    EXPECT_TRUE(std::isnan(sp::airy_ai(-1e300)));  // the phase is beyond the double range
+}
+
 // The Wronskians J_nu Y_{nu+1} - J_{nu+1} Y_nu = -2/(pi x) and
 // I_nu K_{nu+1} + I_{nu+1} K_nu = 1/x tie the two kinds together at every
 // order and argument, on both sides of each region boundary.

@@ -290,7 +290,7 @@ def rest():
 def numerical():
     """int and root against mpmath's quadrature and root finder."""
     cases = [("x^2", 0, 3, lambda x: x ** 2), ("sin(x)", 0, 3.141592653589793, mpmath.sin),
-             ("exp(-x^2)", -5, 5, lambda x: mpmath.exp(-x * x)), ("1/(1+x^2)", 0, 100, lambda x: 1 / (1 + x * x)),
+             ("exp(-(x^2))", -5, 5, lambda x: mpmath.exp(-x * x)), ("1/(1+x^2)", 0, 100, lambda x: 1 / (1 + x * x)),
              ("sqrt(x)", 0, 2, mpmath.sqrt), ("besselj(x,0)", 0, 30, lambda x: besselj(0, x)),
              ("ln(x)", 1, 10, mpmath.ln), ("cos(10*x)^2", 0, 1, lambda x: mpmath.cos(10 * x) ** 2)]
     for text, a, b, f in cases:

@@ -203,6 +203,7 @@ void matrix_copy_into(Elem<K>* const* src, Elem<K>** dst) noexcept {
 
 template <class K>
 void vector_extend(Elem<K>** h, std::int32_t n) noexcept {
+    if (!h || !*h) return;
     const std::int32_t old = vector_length<K>(*h);
     if (n <= old) return;
     Elem<K>* out = vector_raw<K>(n, Fill::none);
@@ -216,6 +217,7 @@ void vector_extend(Elem<K>** h, std::int32_t n) noexcept {
 // direction, so every old element keeps its position.
 template <class K>
 void matrix_extend(Elem<K>*** h, std::int32_t r, std::int32_t c) noexcept {
+    if (!h || !*h) return;
     Elem<K>** m = *h;
     const std::int32_t rows = matrix_rows<K>(m), cols = matrix_cols<K>(m);
     if (r <= rows && c <= cols) return;
@@ -229,6 +231,7 @@ void matrix_extend(Elem<K>*** h, std::int32_t r, std::int32_t c) noexcept {
 
 template <class K>
 Elem<K>* vector_crop(const Elem<K>* v, std::int32_t a, std::int32_t b) noexcept {
+    if (!v) return nullptr;
     const std::int64_t lo = std::max(a, 1), hi = std::min(b, vector_length<K>(v));
     const auto n = static_cast<std::int32_t>(std::max<std::int64_t>(hi - lo + 1, 0));
     Elem<K>* out = vector_raw<K>(n, Fill::none);
@@ -241,6 +244,7 @@ Elem<K>* vector_crop(const Elem<K>* v, std::int32_t a, std::int32_t b) noexcept 
 // to 0..len, so a window wider than the vector is the whole vector.
 template <class K>
 Elem<K>* vector_crop_centered(const Elem<K>* v, std::int32_t n) noexcept {
+    if (!v) return nullptr;
     const std::int32_t len = vector_length<K>(v);
     n = std::clamp(n, 0, std::max(len, 0));
     const std::int32_t a = (len - n) / 2 + 1;
@@ -250,6 +254,7 @@ Elem<K>* vector_crop_centered(const Elem<K>* v, std::int32_t n) noexcept {
 template <class K>
 Elem<K>** matrix_crop(Elem<K>* const* m, std::int32_t r1, std::int32_t r2, std::int32_t c1,
                       std::int32_t c2) noexcept {
+    if (!m) return nullptr;
     const std::int64_t rlo = std::max(r1, 1), rhi = std::min(r2, matrix_rows<K>(m));
     const std::int64_t clo = std::max(c1, 1), chi = std::min(c2, matrix_cols<K>(m));
     const auto r = static_cast<std::int32_t>(std::max<std::int64_t>(rhi - rlo + 1, 0));
@@ -263,6 +268,7 @@ Elem<K>** matrix_crop(Elem<K>* const* m, std::int32_t r1, std::int32_t r2, std::
 
 template <class K>
 Elem<K>** matrix_crop_centered(Elem<K>* const* m, std::int32_t r, std::int32_t c) noexcept {
+    if (!m) return nullptr;
     const std::int32_t rows = matrix_rows<K>(m), cols = matrix_cols<K>(m);
     r = std::clamp(r, 0, std::max(rows, 0));
     c = std::clamp(c, 0, std::max(cols, 0));
@@ -276,6 +282,7 @@ namespace {
 
 template <class K>
 Elem<K>* vector_join_raw(const Elem<K>* a, const Elem<K>* b) noexcept {
+    if (!a || !b) return nullptr;
     const std::int32_t na = vector_length<K>(a), nb = vector_length<K>(b);
     if (static_cast<std::int64_t>(na) + nb > INT32_MAX) return nullptr;
     Elem<K>* out = vector_raw<K>(na + nb, Fill::none);
@@ -287,6 +294,7 @@ Elem<K>* vector_join_raw(const Elem<K>* a, const Elem<K>* b) noexcept {
 
 template <class K>
 Elem<K>** matrix_join_h_raw(Elem<K>* const* a, Elem<K>* const* b) noexcept {
+    if (!a || !b) return nullptr;
     const std::int32_t ra = matrix_rows<K>(a), rb = matrix_rows<K>(b);
     const std::int32_t ca = matrix_cols<K>(a), cb = matrix_cols<K>(b), c = std::max(ca, cb);
     if (static_cast<std::int64_t>(ra) + rb > INT32_MAX) return nullptr;
@@ -299,6 +307,7 @@ Elem<K>** matrix_join_h_raw(Elem<K>* const* a, Elem<K>* const* b) noexcept {
 
 template <class K>
 Elem<K>** matrix_join_v_raw(Elem<K>* const* a, Elem<K>* const* b) noexcept {
+    if (!a || !b) return nullptr;
     const std::int32_t ra = matrix_rows<K>(a), rb = matrix_rows<K>(b), r = std::max(ra, rb);
     const std::int32_t ca = matrix_cols<K>(a), cb = matrix_cols<K>(b);
     if (static_cast<std::int64_t>(ca) + cb > INT32_MAX) return nullptr;
@@ -321,6 +330,7 @@ Elem<K>* vector_join(const Elem<K>* a, const Elem<K>* b) noexcept {
 // b may be *a itself: the join reads both before the old block goes.
 template <class K>
 void vector_augment(Elem<K>** a, const Elem<K>* b) noexcept {
+    if (!a) return;
     Elem<K>* out = vector_join_raw<K>(*a, b);
     if (!out) return;
     mem_free(*a);
@@ -339,12 +349,12 @@ Elem<K>** matrix_join_v(Elem<K>* const* a, Elem<K>* const* b) noexcept {
 
 template <class K>
 void matrix_augment_h(Elem<K>*** a, Elem<K>* const* b) noexcept {
-    replace_matrix<K>(a, matrix_join_h_raw<K>(*a, b));
+    if (a) replace_matrix<K>(a, matrix_join_h_raw<K>(*a, b));
 }
 
 template <class K>
 void matrix_augment_v(Elem<K>*** a, Elem<K>* const* b) noexcept {
-    replace_matrix<K>(a, matrix_join_v_raw<K>(*a, b));
+    if (a) replace_matrix<K>(a, matrix_join_v_raw<K>(*a, b));
 }
 
 // ---- rows and columns
@@ -354,6 +364,7 @@ void matrix_augment_v(Elem<K>*** a, Elem<K>* const* b) noexcept {
 template <class K>
 void matrix_insert_row(Elem<K>*** h, std::int32_t i, const Elem<K>* row) noexcept {
     using T = Elem<K>;
+    if (!h || !*h || !row) return;
     T** m = *h;
     const std::int32_t r = matrix_rows<K>(m);
     if (r >= K::max_count) return;
@@ -376,6 +387,7 @@ void matrix_insert_row(Elem<K>*** h, std::int32_t i, const Elem<K>* row) noexcep
 
 template <class K>
 void matrix_insert_col(Elem<K>*** h, std::int32_t j, const Elem<K>* col) noexcept {
+    if (!h || !*h || !col) return;
     Elem<K>** m = *h;
     const std::int32_t r = matrix_rows<K>(m), c = matrix_cols<K>(m);
     if (r == 0 || c >= K::max_count) return;
@@ -395,6 +407,7 @@ void matrix_insert_col(Elem<K>*** h, std::int32_t j, const Elem<K>* col) noexcep
 // blocks, only the counts shrink (the release functions go by the counts).
 template <class K>
 void matrix_remove_row(Elem<K>** m, std::int32_t i) noexcept {
+    if (!m) return;
     const std::int32_t r = matrix_rows<K>(m);
     if (i < 1 || i > r) return;
     mem_free(m[i]);
@@ -404,6 +417,7 @@ void matrix_remove_row(Elem<K>** m, std::int32_t i) noexcept {
 
 template <class K>
 void matrix_remove_col(Elem<K>** m, std::int32_t j) noexcept {
+    if (!m) return;
     const std::int32_t r = matrix_rows<K>(m), c = matrix_cols<K>(m);
     if (j < 1 || j > c) return;
     for (std::int32_t i = 1; i <= r; ++i) {
@@ -414,12 +428,14 @@ void matrix_remove_col(Elem<K>** m, std::int32_t j) noexcept {
 
 template <class K>
 void matrix_swap_rows(Elem<K>** m, std::int32_t i, std::int32_t j) noexcept {
+    if (!m) return;
     const std::int32_t r = matrix_rows<K>(m);
     if (i >= 1 && i <= r && j >= 1 && j <= r) std::swap(m[i], m[j]);
 }
 
 template <class K>
 void matrix_swap_cols(Elem<K>** m, std::int32_t i, std::int32_t j) noexcept {
+    if (!m) return;
     const std::int32_t r = matrix_rows<K>(m), c = matrix_cols<K>(m);
     if (i < 1 || i > c || j < 1 || j > c) return;
     for (std::int32_t k = 1; k <= r; ++k) std::swap(m[k][i], m[k][j]);
@@ -427,6 +443,7 @@ void matrix_swap_cols(Elem<K>** m, std::int32_t i, std::int32_t j) noexcept {
 
 template <class K>
 Elem<K>* vector_reorder(const Elem<K>* v, const std::int32_t* order) noexcept {
+    if (!v || !order) return nullptr;
     const std::int32_t n = order[0], len = vector_length<K>(v);
     Elem<K>* out = vector_raw<K>(n, Fill::none);
     if (!out) return vector_fallback<K>(K::vector_fallback);

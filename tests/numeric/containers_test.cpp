@@ -277,6 +277,22 @@ TYPED_TEST(Containers, ReorderPicksSlotsAndZeroesStrayIndices) {
     FreeVector(v), FreeVector(r);
 }
 
+// The kinds without fallbacks hand out NULL; passing it on must be harmless.
+TYPED_TEST(Containers, NullContainersYieldNullOrNothing) {
+    using K = TypeParam;
+    using T = typename K::T;
+    T* v = nullptr;
+    T** m = nullptr;
+    std::int32_t order[] = {0};
+    EXPECT_EQ(K::copy_vector(nullptr), nullptr);
+    EXPECT_EQ(K::crop_vector(nullptr, 1, 2), nullptr);
+    EXPECT_EQ(K::crop_matrix(nullptr, 1, 1, 1, 1), nullptr);
+    EXPECT_EQ(K::reorder(nullptr, order), nullptr);
+    K::extend_vector(&v, 3), K::augment_vector(&v, nullptr), K::extend_matrix(&m, 2, 2);
+    K::insert_row(&m, 1, nullptr), K::remove_row(nullptr, 1), K::swap_cols(nullptr, 1, 2);
+    EXPECT_TRUE(v == nullptr && m == nullptr);
+}
+
 // Every handle-taking function, with each of its allocations failing in
 // turn: the argument stays as it was and nothing leaks.
 TYPED_TEST(Containers, HandleFunctionsLeaveTheArgumentOnFailure) {

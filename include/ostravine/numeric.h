@@ -87,6 +87,13 @@ OSTR_API void FreeMatrixVector(double ***mv) OSTR_NOEXCEPT;
 OSTR_API char **StringVector(int32_t n) OSTR_NOEXCEPT;
 OSTR_API char **CopyStringVector(char *const *v) OSTR_NOEXCEPT;
 OSTR_API void FreeStringVector(char **v) OSTR_NOEXCEPT;
+/* String matrices: string vectors closed by an empty string vector (one
+   holding only its closing text). StringMatrix(r, c) holds r rows of c texts
+   "0"; a row of no texts would read as the closing row, so c <= 0 gives the
+   empty string matrix, as does a failure. */
+OSTR_API char ***StringMatrix(int32_t r, int32_t c) OSTR_NOEXCEPT;
+OSTR_API char ***CopyStringMatrix(char **const *m) OSTR_NOEXCEPT;
+OSTR_API void FreeStringMatrix(char ***m) OSTR_NOEXCEPT;
 
 /* ---- Copy, extend, crop, join and rearrange, one member per kind.
    Copy: a new container of the same size (the kind's fallback on failure).

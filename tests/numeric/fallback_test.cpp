@@ -278,3 +278,38 @@ TEST(StringVectors, OneFailedTextGivesTheEmptyVector) {
 
 }  // namespace
 }  // namespace ostr::test
+
+namespace ostr::test {
+namespace {
+
+TEST(StringMatrices, RowsOfZerosClosedByAnEmptyRow) {
+    CountingAlloc counter;
+    char*** m = StringMatrix(2, 3);
+    EXPECT_TRUE(std::string(m[1][2]) == "0" && m[1][3][0] == '\0' && m[2][0][0] == '\0');
+    m[0][1][0] = 'q';
+    char*** c = CopyStringMatrix(m);
+    EXPECT_TRUE(c != m && std::string(c[0][1]) == "q" && c[2][0][0] == '\0');
+    char*** none = StringMatrix(4, 0);
+    EXPECT_EQ(none[0][0][0], '\0');
+    FreeStringMatrix(m), FreeStringMatrix(c), FreeStringMatrix(none);
+    EXPECT_EQ(counter.live(), 0);
+    for (long k = 1;; ++k) {  // one failure: the empty string matrix
+        OneShot::arm(k);
+        char*** f = StringMatrix(2, 2);
+        const bool failed = OneShot::fired();
+        OneShot::disarm();
+        EXPECT_TRUE(f && (failed ? f[0][0][0] == '\0' : f[2][0][0] == '\0')) << k;
+        FreeStringMatrix(f);
+        if (!failed) break;
+    }
+    for (long k = 0; k < 12; ++k) {  // all failing from the k-th: NULL or whole
+        counter.fail_after(k);
+        char*** f = StringMatrix(2, 2);
+        counter.fail_after(-1);
+        FreeStringMatrix(f);
+        EXPECT_EQ(counter.live(), 0) << k;
+    }
+}
+
+}  // namespace
+}  // namespace ostr::test

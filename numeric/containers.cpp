@@ -4,6 +4,7 @@
 #include "numeric/containers.hpp"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <utility>
 
@@ -14,16 +15,17 @@ namespace {
 
 // Copies n elements; a block copy where the ranges are disjoint, an
 // overlapping move otherwise (in-place copies may be handed src == dst).
+// The addresses are compared as integers: the two ranges may lie in
+// unrelated blocks.
 template <class T>
 void copy_slots(T* dst, const T* src, std::int32_t n) noexcept {
     if (n <= 0 || dst == src) return;
     const auto bytes = static_cast<std::size_t>(n) * sizeof(T);
-    const auto* s = reinterpret_cast<const unsigned char*>(src);
-    auto* d = reinterpret_cast<unsigned char*>(dst);
+    const auto d = reinterpret_cast<std::uintptr_t>(dst), s = reinterpret_cast<std::uintptr_t>(src);
     if (d + bytes <= s || s + bytes <= d)
-        std::memcpy(d, s, bytes);
+        std::memcpy(dst, src, bytes);
     else
-        std::memmove(d, s, bytes);
+        std::memmove(dst, src, bytes);
 }
 
 template <class K>
@@ -72,14 +74,14 @@ Elem<K>** matrix_or_fallback(Elem<K>** m) noexcept {
     return m ? m : matrix_fallback<K>(K::matrix_fallback);
 }
 
-// Row i of a matrix as a source line for copying: its slots 1..c, or none
-// when i lies outside the matrix.
+// Fills dst[0..width) from slots 1..count of row i of m and zeros after
+// them; all zeros when m has no row i (the shorter side of a join).
 template <class K>
-void copy_row_part(Elem<K>* dst, std::int32_t width, Elem<K>* const* m, std::int32_t i,
-                   std::int32_t c_from, std::int32_t count) noexcept {
-    const std::int32_t n = std::clamp(count, 0, width);
-    if (i >= 1 && i <= matrix_rows<K>(m)) copy_slots(dst, m[i] + c_from, n);
-    else fill_slots<K>(dst, n, 0);
+void copy_row_padded(Elem<K>* dst, std::int32_t width, Elem<K>* const* m, std::int32_t i,
+                     std::int32_t count) noexcept {
+    const bool has_row = i >= 1 && i <= matrix_rows<K>(m);
+    const std::int32_t n = has_row ? std::clamp(count, 0, width) : 0;
+    if (has_row) copy_slots(dst, m[i] + 1, n);
     fill_slots<K>(dst + n, width - n, 0);
 }
 
@@ -92,8 +94,6 @@ void replace_matrix(Elem<K>*** h, Elem<K>** fresh) noexcept {
 }
 
 }  // namespace
-
-// ---- sizes and construction
 
 template <class K>
 std::int32_t vector_length(const Elem<K>* v) noexcept {
@@ -165,8 +165,6 @@ void matrix_free(Elem<K>** m) noexcept {
     mem_free(m);
 }
 
-// ---- copies
-
 template <class K>
 Elem<K>* vector_copy(const Elem<K>* v) noexcept {
     if (!v) return nullptr;
@@ -199,8 +197,6 @@ void matrix_copy_into(Elem<K>* const* src, Elem<K>** dst) noexcept {
     for (std::int32_t i = 1; i <= r; ++i) vector_copy_into<K>(src[i], dst[i]);
 }
 
-// ---- extend
-
 template <class K>
 void vector_extend(Elem<K>** h, std::int32_t n) noexcept {
     if (!h || !*h) return;
@@ -226,8 +222,6 @@ void matrix_extend(Elem<K>*** h, std::int32_t r, std::int32_t c) noexcept {
     for (std::int32_t i = 1; i <= rows; ++i) copy_slots(out[i] + 1, m[i] + 1, cols);
     replace_matrix<K>(h, out);
 }
-
-// ---- crops
 
 template <class K>
 Elem<K>* vector_crop(const Elem<K>* v, std::int32_t a, std::int32_t b) noexcept {
@@ -276,8 +270,6 @@ Elem<K>** matrix_crop_centered(Elem<K>* const* m, std::int32_t r, std::int32_t c
     return matrix_crop<K>(m, r1, r1 + r - 1, c1, c1 + c - 1);
 }
 
-// ---- joins
-
 namespace {
 
 template <class K>
@@ -300,8 +292,8 @@ Elem<K>** matrix_join_h_raw(Elem<K>* const* a, Elem<K>* const* b) noexcept {
     if (static_cast<std::int64_t>(ra) + rb > INT32_MAX) return nullptr;
     Elem<K>** out = matrix_raw<K>(ra + rb, c, Fill::none);
     if (!out) return nullptr;
-    for (std::int32_t i = 1; i <= ra; ++i) copy_row_part<K>(out[i] + 1, c, a, i, 1, ca);
-    for (std::int32_t i = 1; i <= rb; ++i) copy_row_part<K>(out[ra + i] + 1, c, b, i, 1, cb);
+    for (std::int32_t i = 1; i <= ra; ++i) copy_row_padded<K>(out[i] + 1, c, a, i, ca);
+    for (std::int32_t i = 1; i <= rb; ++i) copy_row_padded<K>(out[ra + i] + 1, c, b, i, cb);
     return out;
 }
 
@@ -314,8 +306,8 @@ Elem<K>** matrix_join_v_raw(Elem<K>* const* a, Elem<K>* const* b) noexcept {
     Elem<K>** out = matrix_raw<K>(r, ca + cb, Fill::none);
     if (!out) return nullptr;
     for (std::int32_t i = 1; i <= r; ++i) {
-        copy_row_part<K>(out[i] + 1, ca, a, i, 1, ca);
-        copy_row_part<K>(out[i] + 1 + ca, cb, b, i, 1, cb);
+        copy_row_padded<K>(out[i] + 1, ca, a, i, ca);
+        copy_row_padded<K>(out[i] + 1 + ca, cb, b, i, cb);
     }
     return out;
 }
@@ -356,8 +348,6 @@ template <class K>
 void matrix_augment_v(Elem<K>*** a, Elem<K>* const* b) noexcept {
     if (a) replace_matrix<K>(a, matrix_join_v_raw<K>(*a, b));
 }
-
-// ---- rows and columns
 
 // The rows are kept and rewired: only a longer pointer array and the new
 // row are allocated. A matrix without rows takes its width from the row.
@@ -454,8 +444,6 @@ Elem<K>* vector_reorder(const Elem<K>* v, const std::int32_t* order) noexcept {
     return out;
 }
 
-// ---- vectors of matrices
-
 namespace {
 
 void matrix_vector_release(double*** mv, std::int32_t made) noexcept {
@@ -493,8 +481,6 @@ void matrix_vector_free(double*** mv) noexcept {
     if (!mv) return;
     matrix_vector_release(mv, truncate_count(*reinterpret_cast<double*>(mv[0])));
 }
-
-// ---- instantiation
 
 #define OSTR_INSTANTIATE_BUILD(K)                                                               \
     template Elem<K>* vector_raw<K>(std::int32_t, Fill) noexcept;                               \

@@ -234,35 +234,19 @@ TEST(StringVectors, ReleaseWipesEveryText) {
     EXPECT_EQ(nonzero_at_free, 0u);
 }
 
+// One failed text: the empty string vector. Every allocation failing from
+// the k-th on: NULL or a whole vector, nothing leaked.
 TEST(StringVectors, FailuresFallBackToTheEmptyVector) {
     char* texts[] = {const_cast<char*>("a"), const_cast<char*>("bc"), const_cast<char*>("")};
-    for (long k = 0;; ++k) {
+    for (long k = 0; k < 6; ++k) {
         CountingAlloc counter;
         counter.fail_after(k);
         char** s = StringVector(4);
-        char** c = CopyStringVector(texts);
         counter.fail_after(-1);
-        const bool done = s && s[0][0] && c && c[0][0];
-        if (s) {
-            EXPECT_TRUE(s[0][0] == '\0' || (std::string(s[3]) == "0" && s[4][0] == '\0'));
-        }
-        if (c) {
-            EXPECT_TRUE(c[0][0] == '\0' || std::string(c[1]) == "bc");
-        }
-        FreeStringVector(s), FreeStringVector(c);
+        EXPECT_TRUE(!s || (std::string(s[3]) == "0" && s[4][0] == '\0')) << k;
+        FreeStringVector(s);
         EXPECT_EQ(counter.live(), 0) << k;
-        if (done) break;
     }
-}
-
-}  // namespace
-}  // namespace ostr::test
-
-namespace ostr::test {
-namespace {
-
-TEST(StringVectors, OneFailedTextGivesTheEmptyVector) {
-    char* texts[] = {const_cast<char*>("a"), const_cast<char*>("bc"), const_cast<char*>("")};
     for (long k = 1; k <= 4; ++k) {  // array, three texts
         OneShot::arm(k);
         char** s = StringVector(2);
@@ -275,12 +259,6 @@ TEST(StringVectors, OneFailedTextGivesTheEmptyVector) {
         FreeStringVector(s), FreeStringVector(c);
     }
 }
-
-}  // namespace
-}  // namespace ostr::test
-
-namespace ostr::test {
-namespace {
 
 TEST(StringMatrices, RowsOfZerosClosedByAnEmptyRow) {
     CountingAlloc counter;

@@ -13,5 +13,6 @@
 #include "ostravine/persist.h"
 #include "ostravine/environment.h"
 #include "ostravine/special.h"
+#include "ostravine/environment.h"
 
 #endif

@@ -13,6 +13,5 @@
 #include "ostravine/persist.h"
 #include "ostravine/environment.h"
 #include "ostravine/special.h"
-#include "ostravine/environment.h"
 
 #endif

@@ -11,5 +11,6 @@
 #include "ostravine/bignum.h"
 #include "ostravine/hash.h"
 #include "ostravine/persist.h"
+#include "ostravine/environment.h"
 
 #endif

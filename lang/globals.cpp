@@ -6,6 +6,7 @@
 #include <new>
 
 #include "lang/persist_adapter.hpp"
+#include "ostravine/environment.h"
 
 namespace ostr::lang {
 namespace {

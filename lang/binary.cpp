@@ -30,7 +30,10 @@ Value numeric_pair(Value& l, Value& r, char op, Arbenv*, const OperandTexts& tex
     case '^': c = cx::pow(a, b); break;
     default: return Value::failure();
     }
-    if (std::isfinite(c.re) && std::isfinite(c.im)) return Value::number(c);
+    // Zeros come out unsigned: the quotient 2/-4 carries an imaginary part
+    // of -0, which would put a later power on the other side of the branch
+    // cut than the number's own text (-0.5) does.
+    if (std::isfinite(c.re) && std::isfinite(c.im)) return Value::number({c.re + 0.0, c.im + 0.0});
     return Value::formula_of(Text(texts.whole));
 }
 

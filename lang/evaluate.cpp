@@ -8,6 +8,7 @@
 #include "lang/evaluate.hpp"
 
 #include <cmath>
+#include <optional>
 
 #include "lang/complex_adapter.hpp"
 #include "lang/globals.hpp"
@@ -52,9 +53,38 @@ class Compiler {
 public:
     Compiler(Compiled& out, scan::Jumps jumps) : c_(out), text_(out.text), jumps_(jumps) {}
 
+    // Leading signs and enclosing parentheses come off one layer at a
+    // time, and the inside is classified afresh after each layer: in
+    // -(-9+2) the inner sign belongs to -9, because -9+2 has an operator.
+    // The layers are a loop, not a recursion, so ((((1)))) nested a
+    // hundred thousand deep costs no stack.
     std::uint32_t compile(std::size_t b, std::size_t e) {
         DepthGuard guard;
         if (guard.too_deep()) return leaf(NodeKind::failure, b, e);
+        const std::size_t whole_b = b, whole_e = e;
+        bool negative = false;
+        auto sign = [&](std::uint32_t n) {
+            return negative ? with_kids(node(NodeKind::negate, whole_b, whole_e), {n}) : n;
+        };
+        for (;;) {
+            if (auto n = classify(b, e)) return sign(*n);
+            std::size_t nb = b, ne = e;
+            while (nb < ne && (text_[nb] == '-' || text_[nb] == '+')) negative ^= text_[nb++] == '-';
+            if (scan::enclosed(text_.substr(nb, ne - nb), jumps_.subspan(nb, ne - nb))) ++nb, --ne;
+            if (nb == b && ne == e) break;
+            b = nb, e = ne;
+        }
+        std::string_view t = text_.substr(b, e - b);
+        if (scan::find_first(t, ",", jumps_.subspan(b, e - b)).found()) return sign(leaf(NodeKind::failure, b, e));
+        if (auto n = call(b, e)) return sign(*n);
+        return sign(leaf(NodeKind::atom, b, e));
+    }
+
+private:
+    // What the text is, before any sign or bracket comes off: nothing when
+    // it is none of empty, number, "i", name, condition, operator chain or
+    // postfix operand.
+    std::optional<std::uint32_t> classify(std::size_t b, std::size_t e) {
         std::string_view t = text_.substr(b, e - b);
         scan::Jumps j = jumps_.subspan(b, e - b);
         if (t.empty()) return leaf(NodeKind::empty, b, e);
@@ -63,7 +93,7 @@ public:
         if (t == "i") return number(b, e, {0, 1});
         if (scan::is_plain_name(t)) return leaf(NodeKind::name, b, e);
         if (t.front() == '~' || scan::has_condition_char(t, j)) {
-            if (auto n = condition(b, e)) return *n;
+            if (auto n = condition(b, e)) return n;
         }
         scan::Split split = scan::find_split(t, j);
         if (!split.at.empty()) return fold(b, e, split);
@@ -72,19 +102,9 @@ public:
             c_.nodes[n].op = t.back();
             return with_kids(n, {compile(b, e - 1)});
         }
-        scan::Peeled p = scan::peel(t, j);
-        if (p.changed) {
-            std::size_t rb = b + (p.rest.data() - t.data());
-            std::uint32_t inner = compile(rb, rb + p.rest.size());
-            if (!p.negative) return inner;
-            return with_kids(node(NodeKind::negate, b, e), {inner});
-        }
-        if (scan::find_first(t, ",", j).found()) return leaf(NodeKind::failure, b, e);
-        if (auto n = call(b, e)) return *n;
-        return leaf(NodeKind::atom, b, e);
+        return std::nullopt;
     }
 
-private:
     std::uint32_t node(NodeKind k, std::size_t b, std::size_t e) {
         Node n{k};
         n.begin = static_cast<std::uint32_t>(b);
@@ -294,8 +314,10 @@ private:
     // the names take later.
     Value postfix(const Node& n, Value v) {
         if (v.kind == Value::Kind::number) {
-            if (n.op == '\'') return Value::number({v.num.re, -v.num.im});
-            if (v.num.im != 0) return Value::failure();
+            if (n.op == '\'') return Value::number({v.num.re, 0.0 - v.num.im});
+            // An imaginary part below 1e-15 of the real part is rounding
+            // noise (it is not shown either); the argument counts as real.
+            if (std::fabs(v.num.im) > 1e-15 * std::fabs(v.num.re)) return Value::failure();
             double g = std::tgamma(v.num.re + 1);
             if (std::isfinite(g)) return Value::number({g, 0});
             return Value::formula_of(Text(text(n)));

@@ -12,5 +12,6 @@
 #include "ostravine/hash.h"
 #include "ostravine/persist.h"
 #include "ostravine/environment.h"
+#include "ostravine/script.h"
 
 #endif

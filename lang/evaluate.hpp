@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "lang/operators.hpp"
 #include "lang/value.hpp"
 
 namespace ostr::lang {
@@ -39,6 +40,9 @@ struct Hooks {
     bool (*atom)(std::string_view text, Arbenv* env, Value* out) = nullptr;
     // Text of an object of a tag the evaluator cannot print.
     Text (*print)(const obj::Object* o, int digits) = nullptr;
+    // A comparison the evaluator has no rule for (two strings, say): 1 or
+    // 0, or -1 when the pair cannot be compared this way.
+    int (*compare)(const Value& a, const Value& b, ops::Cond c) = nullptr;
     // Runs the start-up script named to InitializeGlobals.
     void (*run_init_script)(const char* name, std::uint32_t flag) = nullptr;
 };

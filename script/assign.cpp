@@ -1,0 +1,199 @@
+// The assignment executor and user functions: x=... stores a value under a
+// name, f(x,y)=... defines a function; a call runs the body in a fresh
+// scope whose parent is the environment that holds the definition.
+#include <memory>
+#include <unordered_map>
+
+#include "lang/globals.hpp"
+#include "lang/scan.hpp"
+#include "script/script.hpp"
+
+namespace ostr::script {
+namespace {
+
+std::uint64_t serial = 0;
+
+// A name that can hold a value: a plain name, or "i", which then shadows
+// the imaginary unit.
+bool variable_name(std::string_view t) { return t == "i" || lang::scan::is_plain_name(t); }
+
+// Words that would lose their meaning as statements if they held values.
+bool reserved(std::string_view name) {
+    return name == "break" || name == "else" || name == "elseif" || is_placeholder(name);
+}
+
+// A definition "name(p1,p2)=body" taken apart once per text.
+struct Function {
+    std::vector<Text> params;
+    Text body;
+    bool valid = false;
+};
+
+std::shared_ptr<const Function> parse_definition(std::string_view def) {
+    auto f = std::make_shared<Function>();
+    std::size_t open = def.find('(');
+    std::size_t close = open == std::string_view::npos ? open : lang::scan::matching_closer(def, open);
+    if (close == std::string_view::npos || close + 1 >= def.size() || def[close + 1] != '=') return f;
+    std::string_view inside = def.substr(open + 1, close - open - 1);
+    if (!inside.empty())
+        for (std::string_view p : lang::scan::split_commas(inside)) f->params.emplace_back(p);
+    f->body = Text(def.substr(close + 2));
+    f->valid = true;
+    return f;
+}
+
+std::shared_ptr<const Function> function_of(std::string_view def) {
+    static std::unordered_map<Text, std::shared_ptr<const Function>, lang::TextHash, lang::TextEq> cache;
+    if (auto it = cache.find(def); it != cache.end()) return it->second;
+    if (cache.size() > 4096) cache.clear();
+    auto f = parse_definition(def);
+    cache.emplace(Text(def), f);
+    return f;
+}
+
+// f(x,y): a plain name and a list of distinct plain names.
+bool function_head(std::string_view left, std::string_view* name) {
+    std::size_t open = left.find('(');
+    if (open == std::string_view::npos || open == 0 || left.back() != ')') return false;
+    if (lang::scan::matching_closer(left, open) != left.size() - 1) return false;
+    *name = left.substr(0, open);
+    if (!lang::scan::is_plain_name(*name) || reserved(*name)) return false;
+    std::string_view inside = left.substr(open + 1, left.size() - open - 2);
+    if (inside.empty()) return true;
+    auto params = lang::scan::split_commas(inside);
+    for (std::size_t k = 0; k < params.size(); ++k) {
+        if (!variable_name(params[k]) || reserved(params[k])) return false;
+        for (std::size_t j = 0; j < k; ++j)
+            if (params[j] == params[k]) return false;
+    }
+    return true;
+}
+
+Text define(std::string_view name, std::string_view left, std::string_view right, Arbenv* env) {
+    lang::Globals* g = lang::globals();
+    // A predefined function of that name would always be called first.
+    if (g && g->builtins.count(name)) return Text(lang::error_word(lang::Error::invalid_assignment));
+    // The definition keeps its strings in source form: the placeholders of
+    // this line are gone when the function is called.
+    Text def(left);
+    def += '=';
+    def += substitute(right, env);
+    obj::Object* f = obj::make_algebraic(def, name, env);
+    if (!f) return Text(lang::error_word(lang::Error::invalid_expression));
+    auto [it, fresh] = env->functions.emplace(Text(name), f);
+    if (!fresh) {
+        f->level = it->second->level;
+        obj::free_object(it->second);
+        it->second = f;
+    }
+    return {};
+}
+
+const obj::Object* find_function(Arbenv* env, std::string_view name) {
+    for (; env; env = env->parent)
+        if (auto it = env->functions.find(name); it != env->functions.end()) return it->second;
+    return nullptr;
+}
+
+// The value of an object of another scope, held by env from now on.
+lang::Value value_in(const obj::Object* o, Arbenv* env) {
+    if (o->tag == obj::numeric || o->tag == obj::algebraic) return lang::value_of(o);
+    return lang::Value::object_of(lang::ObjectPtr(obj::copy_object(o, env)));
+}
+
+struct ScopeDeleter {
+    void operator()(Arbenv* e) const noexcept { obj::free_environment(e); }
+};
+
+}  // namespace
+
+std::uint64_t return_serial() noexcept { return serial; }
+
+bool store_value(lang::Value v, std::string_view name, Arbenv* env) {
+    if (name == "return") ++serial;
+    auto it = env->objects.find(name);
+    if (it == env->objects.end()) {
+        obj::Object* o = lang::to_object(std::move(v), env, name);
+        if (!o) return false;
+        obj::store(env, o);
+        return true;
+    }
+    obj::Object* old = it->second;
+    // A number replacing a number is written in place: loops assign their
+    // counters millions of times.
+    if (old->tag == obj::numeric && v.kind == lang::Value::Kind::number) {
+        *static_cast<Complex*>(old->value) = v.num;
+        return true;
+    }
+    obj::Object* o = lang::to_object(std::move(v), env, name);
+    if (!o) return false;
+    o->level = old->level;
+    obj::store(env, o);
+    return true;
+}
+
+Text assign(std::string_view left, std::string_view right, Arbenv* env) {
+    if (left == "\x01" "1") return {};  // the dummy step of a "while"
+    std::string_view name;
+    if (variable_name(left)) {
+        if (reserved(left)) return Text(lang::error_word(lang::Error::invalid_assignment));
+        lang::Value v = lang::evaluate(right, env);
+        if (v.is_error()) {
+            if (aborted(env)) return Text(lang::error_word(lang::Error::evaluation_aborted));
+            return Text(lang::error_word(v.error));
+        }
+        if (!store_value(std::move(v), left, env)) return Text(lang::error_word(lang::Error::invalid_expression));
+        return {};
+    }
+    if (function_head(left, &name)) return define(name, left, right, env);
+    return Text(lang::error_word(lang::Error::invalid_assignment));
+}
+
+bool call_function(std::string_view text, std::size_t open, Arbenv* env, lang::Value* out) {
+    const obj::Object* fo = find_function(env, text.substr(0, open));
+    if (!fo) return false;
+    std::shared_ptr<const Function> f = function_of(obj::text_value(fo));
+    std::string_view inside = text.substr(open + 1, text.size() - open - 2);
+    std::vector<lang::Value> args = lang::evaluate_list(inside, env);
+    if (!f->valid || args.size() != f->params.size()) {
+        *out = lang::Value::failure();
+        return true;
+    }
+    for (lang::Value& a : args)
+        if (a.is_error()) {
+            *out = std::move(a);
+            return true;
+        }
+    DepthGuard depth(env);
+    if (!depth.ok()) {
+        *out = lang::Value::failure(lang::Error::evaluation_aborted);
+        return true;
+    }
+    std::unique_ptr<Arbenv, ScopeDeleter> scope(obj::make_environment(fo->env));
+    if (!scope) {
+        *out = lang::Value::failure();
+        return true;
+    }
+    for (std::size_t k = 0; k < args.size(); ++k)
+        if (!store_value(std::move(args[k]), f->params[k], scope.get())) {
+            *out = lang::Value::failure();
+            return true;
+        }
+    Status st;
+    if (f->body.find('"') == Text::npos) {
+        st = run_elements(f->body, scope.get());
+    } else {
+        Text work;
+        st = normalise(f->body, scope.get(), work) ? run_elements(work, scope.get()) : Status::failed;
+    }
+    if (st == Status::failed) {
+        *out = lang::Value::failure(aborted(env) ? lang::Error::evaluation_aborted : lang::Error::invalid_expression);
+        return true;
+    }
+    // A body that set no value leaves the call as a formula.
+    const obj::Object* r = obj::find(scope.get(), "return");
+    *out = r ? value_in(r, env) : lang::Value::formula_of(Text(text));
+    return true;
+}
+
+}  // namespace ostr::script

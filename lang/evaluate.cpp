@@ -214,7 +214,6 @@ std::shared_ptr<const Compiled> analyse(std::string_view text) {
         return c;
     }
     std::vector<std::uint32_t> jumps = scan::bracket_jumps(c->text);
-    c->nodes.reserve(text.size() / 2 + 1);
     c->root = Compiler(*c, jumps).compile(0, text.size());
     return c;
 }
@@ -271,19 +270,22 @@ private:
     // A chain a op b op c ...: "+", "-", "*" and "/" fold from the left,
     // "^" from the right, as the one-cut-at-a-time reading groups them.
     Value fold(const Node& n) {
-        std::vector<Value> v;
-        v.reserve(n.count);
-        for (std::uint32_t k = 0; k < n.count; ++k) v.push_back(eval(kid(n, k)));
         auto cut = [&](std::uint32_t k) { return c_.kids[n.first + n.count + k - 1]; };  // k >= 1
         if (n.op != '^') {
-            Value acc = std::move(v[0]);
+            Value acc = eval(kid(n, 0));
             for (std::uint32_t k = 1; k < n.count; ++k) {
+                Value right = eval(kid(n, k));
                 std::size_t end = k + 1 < n.count ? cut(k + 1) : n.end;
                 OperandTexts t{text(n.begin, cut(k)), text(cut(k) + 1, end), text(n.begin, end)};
-                acc = apply(acc, v[k], n.op, t);
+                acc = apply(acc, right, n.op, t);
             }
             return acc;
         }
+        // Operands are evaluated left to right, as the recursive reading
+        // does, and combined from the right.
+        std::vector<Value> v;
+        v.reserve(n.count);
+        for (std::uint32_t k = 0; k < n.count; ++k) v.push_back(eval(kid(n, k)));
         Value acc = std::move(v[n.count - 1]);
         for (std::uint32_t k = n.count - 1; k-- > 0;) {
             std::size_t begin = k == 0 ? n.begin : cut(k) + 1;
@@ -327,6 +329,7 @@ private:
         if (v.is_error()) return v;
         if (v.kind != Value::Kind::formula && v.kind != Value::Kind::pair) return Value::failure();
         Text inner = joined(v.text);
+        if (inner.size() > max_formula_text) return Value::failure();
         Text t = scan::is_plain_name(inner) ? inner : Text("(") + inner + Text(")");
         t += n.op;
         return Value::formula_of(std::move(t));
@@ -413,7 +416,7 @@ private:
     Globals& g_;
 };
 
-constexpr std::size_t max_cached_text = 4096;
+constexpr std::size_t max_cached_text = std::size_t{64} << 10;
 constexpr std::size_t max_cache_bytes = std::size_t{4} << 20;
 
 // The analysis of a text, from the cache when it is there. The caller holds

@@ -3,6 +3,7 @@
 // language and docs/architecture.md for how the layers meet here.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string_view>
@@ -17,6 +18,11 @@ namespace ostr::lang {
 // re-entries through the hooks together) answers ">invalid_expression<"
 // instead of recursing further.
 inline constexpr int max_depth = 1000;
+
+// A formula whose two texts together grow past this many bytes answers
+// ">invalid_expression<": complex products and quotients of formulas repeat
+// their operands, so a chain of them would otherwise grow exponentially.
+inline constexpr std::size_t max_formula_text = 100000;
 
 // The three texts a binary handler sees: left operand, right operand and
 // the whole expression they came from.

@@ -11,7 +11,7 @@ namespace {
 class LanguageDoc : public EvalTest {};
 
 TEST_F(LanguageDoc, EveryExampleHolds) {
-    std::ifstream in(OSTR_TEST_DATA "/../../../docs/language.md");
+    std::ifstream in(OSTR_DOCS "/language.md");
     ASSERT_TRUE(in);
     std::string line;
     bool inside = false;

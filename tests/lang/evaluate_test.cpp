@@ -120,6 +120,15 @@ TEST_F(Evaluate, BadBytesAndDeepNesting) {
     EXPECT_EQ(answer(cond + "2"), ">invalid_expression<");
 }
 
+TEST_F(Evaluate, FormulaGrowthIsBounded) {
+    // Complex products of formulas repeat their operands; a chain of them
+    // stops at the formula size limit instead of growing without end.
+    std::string text = "(a+i)";
+    for (int k = 0; k < 60; ++k) text += "*(a+i)/(b-i)";
+    std::string got = answer(text);
+    EXPECT_TRUE(got == ">invalid_expression<" || got.size() <= lang::max_formula_text) << got.size();
+}
+
 TEST_F(Evaluate, LongChainsAreFolded) {
     std::string sum = "0";
     for (int k = 0; k < 200000; ++k) sum += "+1";

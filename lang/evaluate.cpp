@@ -457,6 +457,20 @@ Value evaluate(std::string_view text, Arbenv* env) {
     return Evaluator(*c, env, *g).eval(c->root);
 }
 
+Prepared prepare(std::string_view text) {
+    Globals* g = globals();
+    return g ? analysed(*g, text) : analyse(text);
+}
+
+Value evaluate(const Prepared& c, Arbenv* env) {
+    Globals* g = globals();
+    if (!g || !env || !c) return Value::failure();
+    if (!env->abort_text.empty()) return Value::failure(Error::evaluation_aborted);
+    DepthGuard guard;
+    if (guard.too_deep()) return Value::failure();
+    return Evaluator(*c, env, *g).eval(c->root);
+}
+
 std::vector<Value> evaluate_list(std::string_view text, Arbenv* env) {
     std::vector<Value> out;
     if (text.empty()) return out;

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -56,6 +57,15 @@ Hooks& hooks() noexcept;
 
 // The value of an expression text in env.
 Value evaluate(std::string_view text, Arbenv* env);
+struct Compiled;
+// An expression text analysed once, for a caller that evaluates the same
+// text many times (a loop body, a function body): evaluating it skips the
+// cache lookup. The analysis depends on the text alone and holds its own
+// copy of it.
+using Prepared = std::shared_ptr<const Compiled>;
+Prepared prepare(std::string_view text);
+Value evaluate(const Prepared& expression, Arbenv* env);
+
 // The values of a comma list ("1,x,2*y"), one per piece; an empty text is
 // an empty list. Used for argument lists.
 std::vector<Value> evaluate_list(std::string_view text, Arbenv* env);

@@ -13,9 +13,6 @@ namespace {
 
 std::uint64_t serial = 0;
 
-// A name that can hold a value: a plain name, or "i", which then shadows
-// the imaginary unit.
-bool variable_name(std::string_view t) { return t == "i" || lang::scan::is_plain_name(t); }
 
 // Words that would lose their meaning as statements if they held values.
 bool reserved(std::string_view name) {
@@ -26,6 +23,7 @@ bool reserved(std::string_view name) {
 struct Function {
     std::vector<Text> params;
     Text body;
+    std::shared_ptr<const Shape> shape;  // null when the body holds strings
     bool valid = false;
 };
 
@@ -38,17 +36,39 @@ std::shared_ptr<const Function> parse_definition(std::string_view def) {
     if (!inside.empty())
         for (std::string_view p : lang::scan::split_commas(inside)) f->params.emplace_back(p);
     f->body = Text(def.substr(close + 2));
+    // Strings are lifted afresh at every call (their placeholders live for
+    // one line); any other body is analysed once.
+    if (f->body.find('"') == Text::npos) f->shape = body_shape(f->body);
     f->valid = true;
     return f;
 }
 
+template <class T>
+using TextCache = std::unordered_map<Text, std::shared_ptr<const T>, lang::TextHash, lang::TextEq>;
+
 std::shared_ptr<const Function> function_of(std::string_view def) {
-    static std::unordered_map<Text, std::shared_ptr<const Function>, lang::TextHash, lang::TextEq> cache;
+    static TextCache<Function> cache;
     if (auto it = cache.find(def); it != cache.end()) return it->second;
     if (cache.size() > 4096) cache.clear();
     auto f = parse_definition(def);
     cache.emplace(Text(def), f);
     return f;
+}
+
+// The argument texts of a call, analysed once per call text.
+struct Arguments {
+    std::vector<lang::Prepared> args;
+};
+
+std::shared_ptr<const Arguments> arguments_of(std::string_view inside) {
+    static TextCache<Arguments> cache;
+    if (auto it = cache.find(inside); it != cache.end()) return it->second;
+    if (cache.size() > 4096) cache.clear();
+    auto a = std::make_shared<Arguments>();
+    if (!inside.empty())
+        for (std::string_view p : lang::scan::split_commas(inside)) a->args.push_back(lang::prepare(p));
+    if (inside.size() <= 4096 && inside.find('\xFF') == std::string_view::npos) cache.emplace(Text(inside), a);
+    return a;
 }
 
 // f(x,y): a plain name and a list of distinct plain names.
@@ -62,7 +82,7 @@ bool function_head(std::string_view left, std::string_view* name) {
     if (inside.empty()) return true;
     auto params = lang::scan::split_commas(inside);
     for (std::size_t k = 0; k < params.size(); ++k) {
-        if (!variable_name(params[k]) || reserved(params[k])) return false;
+        if (!assignable_name(params[k])) return false;
         for (std::size_t j = 0; j < k; ++j)
             if (params[j] == params[k]) return false;
     }
@@ -132,19 +152,23 @@ bool store_value(lang::Value v, std::string_view name, Arbenv* env) {
     return true;
 }
 
+// A name that can hold a value: a plain name, or "i", which then shadows
+// the imaginary unit.
+bool assignable_name(std::string_view t) { return (t == "i" || lang::scan::is_plain_name(t)) && !reserved(t); }
+
+Text assign_variable(std::string_view name, lang::Value v, Arbenv* env) {
+    if (v.is_error()) {
+        if (aborted(env)) return Text(lang::error_word(lang::Error::evaluation_aborted));
+        return Text(lang::error_word(v.error));
+    }
+    if (!store_value(std::move(v), name, env)) return Text(lang::error_word(lang::Error::invalid_expression));
+    return {};
+}
+
 Text assign(std::string_view left, std::string_view right, Arbenv* env) {
     if (left == "\x01" "1") return {};  // the dummy step of a "while"
     std::string_view name;
-    if (variable_name(left)) {
-        if (reserved(left)) return Text(lang::error_word(lang::Error::invalid_assignment));
-        lang::Value v = lang::evaluate(right, env);
-        if (v.is_error()) {
-            if (aborted(env)) return Text(lang::error_word(lang::Error::evaluation_aborted));
-            return Text(lang::error_word(v.error));
-        }
-        if (!store_value(std::move(v), left, env)) return Text(lang::error_word(lang::Error::invalid_expression));
-        return {};
-    }
+    if (assignable_name(left)) return assign_variable(left, lang::evaluate(right, env), env);
     if (function_head(left, &name)) return define(name, left, right, env);
     return Text(lang::error_word(lang::Error::invalid_assignment));
 }
@@ -153,17 +177,20 @@ bool call_function(std::string_view text, std::size_t open, Arbenv* env, lang::V
     const obj::Object* fo = find_function(env, text.substr(0, open));
     if (!fo) return false;
     std::shared_ptr<const Function> f = function_of(obj::text_value(fo));
-    std::string_view inside = text.substr(open + 1, text.size() - open - 2);
-    std::vector<lang::Value> args = lang::evaluate_list(inside, env);
-    if (!f->valid || args.size() != f->params.size()) {
+    std::shared_ptr<const Arguments> shape = arguments_of(text.substr(open + 1, text.size() - open - 2));
+    if (!f->valid || shape->args.size() != f->params.size()) {
         *out = lang::Value::failure();
         return true;
     }
-    for (lang::Value& a : args)
-        if (a.is_error()) {
-            *out = std::move(a);
+    std::vector<lang::Value> args;
+    args.reserve(shape->args.size());
+    for (const lang::Prepared& p : shape->args) {
+        args.push_back(lang::evaluate(p, env));
+        if (args.back().is_error()) {
+            *out = std::move(args.back());
             return true;
         }
+    }
     DepthGuard depth(env);
     if (!depth.ok()) {
         *out = lang::Value::failure(lang::Error::evaluation_aborted);
@@ -180,8 +207,8 @@ bool call_function(std::string_view text, std::size_t open, Arbenv* env, lang::V
             return true;
         }
     Status st;
-    if (f->body.find('"') == Text::npos) {
-        st = run_elements(f->body, scope.get());
+    if (f->shape) {
+        st = run_body(*f->shape, scope.get());
     } else {
         Text work;
         st = normalise(f->body, scope.get(), work) ? run_elements(work, scope.get()) : Status::failed;

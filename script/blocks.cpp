@@ -17,10 +17,17 @@ namespace {
 enum class Keyword : std::uint8_t { none, if_, for_, private_, other };
 enum class Kind : std::uint8_t { assign, block, empty, brk, expr, else_, elseif };
 
+}  // namespace
+
+// What an element is, decided once: an assignment to a variable keeps its
+// right side analysed, an expression its whole text, a block its shape.
 struct Element {
-    Kind kind;
+    Kind kind = Kind::expr;
     Text text;
-    std::size_t sign = 0;  // assign: position of "="
+    std::size_t sign = 0;   // assign: position of "="
+    bool variable = false;  // assign: the left side is a variable name
+    lang::Prepared expr;    // expression, condition or right side
+    std::shared_ptr<const Shape> block;
     std::string_view left() const { return std::string_view(text).substr(0, sign); }
     std::string_view right() const { return std::string_view(text).substr(sign + 1); }
 };
@@ -30,19 +37,46 @@ struct Shape {
     std::vector<Element> elements;
 };
 
+namespace {
+
 // The dummy assignment that stands for the initialiser and the step of a
 // "while" run as a "for": the byte 0x01 followed by "1=1".
 constexpr std::string_view dummy_assignment = "\x01" "1=1";
 
+std::shared_ptr<const Shape> shape_of(std::string_view text, bool block);
+constexpr std::size_t max_cached_text = 1 << 16;
+constexpr int max_analysis_depth = 32;
+int analysis_depth = 0;
+
 Element classify(std::string_view t) {
     t = strip_wrappers(strip_wrappers(t, '(', ')'), ':', ';');
-    Element e{Kind::expr, Text(t)};
-    if (t.empty()) e.kind = Kind::empty;
-    else if (t == "break") e.kind = Kind::brk;
-    else if (t == "else") e.kind = Kind::else_;
-    else if (t == "elseif") e.kind = Kind::elseif;
-    else if (assignment_form(t)) e.kind = Kind::assign, e.sign = assignment_sign(t);
-    else if (!block_keyword(t).empty()) e.kind = Kind::block;
+    Element e;
+    e.kind = Kind::expr;
+    e.text = Text(t);
+    if (t.empty()) {
+        e.kind = Kind::empty;
+    } else if (t == "break") {
+        e.kind = Kind::brk;
+    } else if (assignment_form(t)) {
+        e.kind = Kind::assign;
+        e.sign = assignment_sign(t);
+        e.variable = assignable_name(e.left());
+        if (e.variable) e.expr = lang::prepare(e.right());
+    } else if (!block_keyword(t).empty()) {
+        e.kind = Kind::block;
+        // Nested blocks are analysed with their parent, a bounded number of
+        // levels deep; deeper ones wait until they run.
+        if (analysis_depth < max_analysis_depth && t.size() <= max_cached_text &&
+            t.find('\xFF') == std::string_view::npos) {
+            ++analysis_depth;
+            e.block = shape_of(t, true);
+            --analysis_depth;
+        }
+    } else {
+        if (t == "else") e.kind = Kind::else_;
+        if (t == "elseif") e.kind = Kind::elseif;
+        e.expr = lang::prepare(t);
+    }
     return e;
 }
 
@@ -84,7 +118,6 @@ ShapeCache& cache() {
     static ShapeCache c;
     return c;
 }
-constexpr std::size_t max_cached_text = 1 << 16;
 constexpr std::size_t max_cache_bytes = std::size_t{8} << 20;
 
 std::shared_ptr<const Shape> shape_of(std::string_view text, bool block) {
@@ -111,14 +144,18 @@ Status set_return(lang::Value v, Arbenv* env) {
 
 Status run_element(const Element& e, Arbenv* env) {
     switch (e.kind) {
-    case Kind::assign: return assign(e.left(), e.right(), env).empty() ? Status::done : Status::failed;
-    case Kind::block: return run_block(e.text, env);
+    case Kind::assign: {
+        Text r = e.variable ? assign_variable(e.left(), lang::evaluate(e.expr, env), env)
+                            : assign(e.left(), e.right(), env);
+        return r.empty() ? Status::done : Status::failed;
+    }
+    case Kind::block: return e.block ? run_shape(*e.block, env) : run_block(e.text, env);
     case Kind::empty: return set_return(lang::Value::number({0, 0}), env);
     case Kind::brk: return Status::broke;
     case Kind::expr:
     case Kind::else_:
     case Kind::elseif: {
-        lang::Value v = lang::evaluate(e.text, env);
+        lang::Value v = lang::evaluate(e.expr, env);
         // A name that evaluates to the text "break" breaks, as the word does.
         if (v.kind == lang::Value::Kind::formula && v.text.re == "break" && v.text.im == "0") return Status::broke;
         return set_return(std::move(v), env);
@@ -159,6 +196,13 @@ Status run_branch(const std::vector<Element>& el, std::size_t from, std::size_t 
     return s;
 }
 
+// Any element can stand as a condition; one that is not an expression
+// (an assignment, say) is evaluated as its text, which fails.
+lang::Value condition(const Element& e, Arbenv* env) {
+    if (e.kind == Kind::expr) return lang::evaluate(e.expr, env);
+    return lang::evaluate(e.text, env);
+}
+
 std::size_t next_marker(const std::vector<Element>& el, std::size_t from) {
     while (from < el.size() && el[from].kind != Kind::else_ && el[from].kind != Kind::elseif) ++from;
     return from;
@@ -167,7 +211,7 @@ std::size_t next_marker(const std::vector<Element>& el, std::size_t from) {
 Status run_if(const Shape& s, Arbenv* env) {
     const auto& el = s.elements;
     for (std::size_t c = 0; c < el.size();) {
-        int truth = truth_text(lang::evaluate(el[c].text, env), env);
+        int truth = truth_text(condition(el[c], env), env);
         std::size_t m = next_marker(el, c + 1);
         if (truth == 1) return run_branch(el, c + 1, m, env);
         if (m == el.size()) return Status::done;
@@ -185,7 +229,7 @@ Status loop(const Shape& s, Arbenv* env) {
     const auto& el = s.elements;
     if (run_element(el[0], env) != Status::done || aborted(env)) return Status::failed;
     for (;;) {
-        lang::Value c = lang::evaluate(el[1].text, env);
+        lang::Value c = condition(el[1], env);
         if (c.is_error()) return Status::failed;
         if (truth_text(c, env) != 1) return Status::done;
         for (std::size_t k = 3; k < el.size(); ++k) {
@@ -235,9 +279,14 @@ Status run_for(const Shape& s, Arbenv* env) {
 }  // namespace
 
 Status run_block(std::string_view text, Arbenv* env) {
+    std::shared_ptr<const Shape> s = shape_of(text, true);
+    return run_shape(*s, env);
+}
+
+Status run_shape(const Shape& shape, Arbenv* env) {
     DepthGuard depth(env);
     if (!depth.ok()) return Status::failed;
-    std::shared_ptr<const Shape> s = shape_of(text, true);
+    const Shape* s = &shape;
     std::uint8_t history = env->history_flag;
     env->history_flag = 0;
     Status st = Status::done;
@@ -252,13 +301,16 @@ Status run_block(std::string_view text, Arbenv* env) {
     return aborted(env) ? Status::failed : st;
 }
 
-Status run_elements(std::string_view body, Arbenv* env) {
+std::shared_ptr<const Shape> body_shape(std::string_view body) { return shape_of(body, false); }
+
+Status run_body(const Shape& s, Arbenv* env) {
     DepthGuard depth(env);
     if (!depth.ok()) return Status::failed;
-    std::shared_ptr<const Shape> s = shape_of(body, false);
-    Status st = run_list(s->elements, 0, s->elements.size(), env);
+    Status st = run_list(s.elements, 0, s.elements.size(), env);
     return aborted(env) ? Status::failed : st;
 }
+
+Status run_elements(std::string_view body, Arbenv* env) { return run_body(*shape_of(body, false), env); }
 
 std::optional<lang::Value> statement_value(std::string_view text, Arbenv* env) {
     text = strip_wrappers(text, '(', ')');

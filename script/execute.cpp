@@ -2,6 +2,7 @@
 // check, classify (single expression, assignment, several statements), run
 // the branch, join the answers, and clean up; plus the bounds that abort a
 // line and the failure path.
+#include <algorithm>
 #include <chrono>
 
 #include "lang/scan.hpp"
@@ -78,6 +79,16 @@ Text run_statement(std::string_view work, Arbenv* env) {
     return expression_statement(work, env);
 }
 
+// The deepest nesting of ":" ... ";" blocks in a balanced text.
+int block_depth(std::string_view t) {
+    int depth = 0, most = 0;
+    for (char c : t) {
+        if (c == ':') most = std::max(most, ++depth);
+        else if (c == ';') --depth;
+    }
+    return most;
+}
+
 // End of a top-level line: the placeholders and the "return" scratch of
 // the line are released.
 void housekeeping(Arbenv* env) {
@@ -145,6 +156,11 @@ Text run_script(std::string_view text, Arbenv* env, bool top_level) {
     Text result;
     Text work;
     if (!normalise(text, env, work) || !lang::scan::syntax_ok(work)) {
+        result = failure(text, env);
+    } else if (block_depth(work) > limits().max_depth) {
+        // Blocks nested past the bound could never run to their end; the
+        // line is refused before anything runs.
+        abort(env, "nesting too deep");
         result = failure(text, env);
     } else {
         // Nested runs record into a scratch history; only this call's

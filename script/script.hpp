@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -65,8 +66,15 @@ std::string_view block_keyword(std::string_view text);
 // Statement status inside blocks.
 enum class Status : std::uint8_t { failed = 0, done = 1, broke = 2 };
 
+// The analysed form of a block or a body: its elements, each classified,
+// with its expressions prepared for the evaluator. Kept by text.
+struct Shape;
+std::shared_ptr<const Shape> body_shape(std::string_view body);
+
 // Runs one block statement (keyword form) in env.
 Status run_block(std::string_view text, Arbenv* env);
+Status run_shape(const Shape& block, Arbenv* env);
+Status run_body(const Shape& body, Arbenv* env);
 // The value of a statement that is an expression or a block; blocks give
 // the value of the last plain expression they ran, if any.
 // Nothing when a block ran well but set no value (a loop, say).
@@ -79,6 +87,12 @@ Status run_elements(std::string_view body, Arbenv* env);
 // Assignment of `right` to `left` in env. The answer is empty on success,
 // else the error word to show.
 Text assign(std::string_view left, std::string_view right, Arbenv* env);
+// A name that may be assigned: a plain name or "i", not one of the words
+// of the statement language.
+bool assignable_name(std::string_view name);
+// The assignment of an evaluated value to such a name: empty on success,
+// else the error word.
+Text assign_variable(std::string_view name, lang::Value v, Arbenv* env);
 // Stores a value under a name with the level rule: a replaced object keeps
 // the level of the object it replaces.
 bool store_value(lang::Value v, std::string_view name, Arbenv* env);

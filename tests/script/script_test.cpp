@@ -1,13 +1,31 @@
 #include <gtest/gtest.h>
+#include <chrono>
+#include <string>
 #include "script/script.hpp"
 namespace ostr::test {
 TEST(Smoke, Runs) {
     ASSERT_TRUE(script::initialize_globals(nullptr, 0));
-    script::limits().max_seconds = 1;
     Arbenv* env = obj::make_top_level();
-    for (const char* l : {"for:i=1,i<=10,i=i+1,s=1;", "i", "s", "for:k=1,k<=10,k=k+1;", "k", "private:j=5;", "j", "s=0,n=0,while:n<3,n=n+1,s=s+n;", "s", "2*i", "x=2,if:x>0,y=1,elseif,x<0,y=-1,else,y=0;,y", "y=7,if:x>0,y=1,elseif,x<0,y=-1,else,y=0;,y", "if:x>0,1,else,2;", "f(x)=f(x)+1", "f(1)", "g(n)=if:n<=1,1,else,n*g(n-1);", "g(10)", "g(y)", "h(x)=x^2+1", "h(y)", "  x = 1 , ( a=1 , b=2 ) , c=3  ", "sigdigits(4)", "pi", "sigdigits(0)", "sigdigits(15)", "3+2*i", "-i", "1.5E-7*i", "q=\"a b\"", "q", "q==\"a b\"", "q~=\"a b\"", "\"\\\\\"", "\"\\\\\\\"", "\\\"abc\"", "for:m=1,m<=3,m=m+1,for:n=1,n<=3,n=n+1,if:n==2,break;;;", "m", "n"}) {
+    std::string nested;
+    for (int k = 0; k < 100000; ++k) nested += "if:1,";
+    nested += "x=1";
+    for (int k = 0; k < 100000; ++k) nested += ";";
+    std::string parens(100000, '(');
+    parens += "a=1,b=2";
+    parens += std::string(100000, ')');
+    std::string big(10 << 20, '1');
+    std::string big2;
+    for (int k = 0; k < 1000000; ++k) big2 += "x=1,";
+    big2 += "y=2";
+    std::string nestcall = "f(x)=x+1,";
+    for (int k = 0; k < 3000; ++k) nestcall += "f(";
+    nestcall += "1";
+    nestcall += std::string(3000, ')');
+    for (const std::string& l : {nested, parens, big, big2, nestcall, std::string("f(x)=f(x)+1,f(1)"), std::string("ack(m,n)=if:m==0,n+1,elseif,n==0,ack(m-1,1),else,ack(m-1,ack(m,n-1));,ack(2,3)")}) {
+        auto t0 = std::chrono::steady_clock::now();
         Text t = script::run_script(l, env, true);
-        std::printf("%s  ->  [%s] abort=%s\n", l, t.c_str(), env->abort_text.c_str());
+        double dt = std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
+        std::string r(t.c_str()); for (auto& ch : r) if (ch == 10) ch = 124; std::printf("%.40s  ->  [%.300s] %zu %.3f s abort=%s\n", l.c_str(), r.c_str(), r.size(), dt, env->abort_text.c_str());
     }
     obj::free_environment(env);
     script::terminate_globals();

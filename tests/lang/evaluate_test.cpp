@@ -88,6 +88,13 @@ TEST_F(Evaluate, NamesAndFormulas) {
     check_rows(*this, {{"y*2", "2*(2*z+1)"}});
 }
 
+TEST_F(Evaluate, StoredErrorsAndAbortsPoison) {
+    obj::store(env, obj::make_algebraic(">invalid_object<", "bad", env));
+    check_rows(*this, {{"bad", ">invalid_object<"}, {"bad+1", ">invalid_expression<"}, {"-bad", ">invalid_object<"}});
+    env->abort_text = Text("stop");
+    check_rows(*this, {{"1+1", ">evaluation_aborted<"}});
+}
+
 TEST_F(Evaluate, ComplexFormulasCollapse) {
     check_rows(*this, {{"x+i", "x+i"}, {"(x+i)*0", "0"}, {"x*i", "i*x"}, {"x*i*i", "-x"}});
 }

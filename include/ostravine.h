@@ -13,5 +13,6 @@
 #include "ostravine/persist.h"
 #include "ostravine/environment.h"
 #include "ostravine/script.h"
+#include "ostravine/special.h"
 
 #endif

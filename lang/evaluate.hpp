@@ -1,0 +1,92 @@
+// The expression evaluator: one expression text (no statements, no
+// assignment) in an environment to one value. See docs/language.md for the
+// language and docs/architecture.md for how the layers meet here.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "lang/operators.hpp"
+#include "lang/value.hpp"
+
+namespace ostr::lang {
+
+// Nesting beyond this many levels (brackets, operators, conditions and
+// re-entries through the hooks together) answers ">invalid_expression<"
+// instead of recursing further.
+inline constexpr int max_depth = 1000;
+
+// A formula whose two texts together grow past this many bytes answers
+// ">invalid_expression<": complex products and quotients of formulas repeat
+// their operands, so a chain of them would otherwise grow exponentially.
+inline constexpr std::size_t max_formula_text = 100000;
+
+// The three texts a binary handler sees: left operand, right operand and
+// the whole expression they came from.
+struct OperandTexts {
+    std::string_view left;
+    std::string_view right;
+    std::string_view whole;
+};
+
+using BinaryHandler = Value (*)(Value& left, Value& right, char op, Arbenv* env, const OperandTexts& texts);
+using BuiltinFn = Value (*)(std::span<Value> args, Arbenv* env);
+
+// What the layers above fill in at start-up. Every hook may stay null.
+struct Hooks {
+    // The object a plain name stands for, or null for a free name. Null
+    // hook: the name is looked up in env and its enclosing environments.
+    const obj::Object* (*lookup)(Arbenv* env, std::string_view name) = nullptr;
+    // Atoms the evaluator does not resolve itself: user function calls,
+    // array and matrix literals, strings, members, "this". Answers false
+    // when it does not know the atom either.
+    bool (*atom)(std::string_view text, Arbenv* env, Value* out) = nullptr;
+    // Text of an object of a tag the evaluator cannot print.
+    Text (*print)(const obj::Object* o, int digits) = nullptr;
+    // A comparison the evaluator has no rule for (two strings, say): 1 or
+    // 0, or -1 when the pair cannot be compared this way.
+    int (*compare)(const Value& a, const Value& b, ops::Cond c) = nullptr;
+    // Runs the start-up script named to InitializeGlobals.
+    void (*run_init_script)(const char* name, std::uint32_t flag) = nullptr;
+};
+Hooks& hooks() noexcept;
+
+// The value of an expression text in env.
+Value evaluate(std::string_view text, Arbenv* env);
+struct Compiled;
+// An expression text analysed once, for a caller that evaluates the same
+// text many times (a loop body, a function body): evaluating it skips the
+// cache lookup. The analysis depends on the text alone and holds its own
+// copy of it.
+using Prepared = std::shared_ptr<const Compiled>;
+Prepared prepare(std::string_view text);
+Value evaluate(const Prepared& expression, Arbenv* env);
+
+// The values of a comma list ("1,x,2*y"), one per piece; an empty text is
+// an empty list. Used for argument lists.
+std::vector<Value> evaluate_list(std::string_view text, Arbenv* env);
+
+// Registers a built-in function under its signature text: the name and the
+// argument count in parentheses ("sin(1)"), or empty parentheses for any
+// count ("max()"). A signature of a registered name replaces it. False for a
+// malformed signature or when the globals are not built.
+bool register_builtin(std::string_view signature, BuiltinFn fn);
+
+// Statistics of the analysis cache (analysed texts are kept by text, so a
+// repeated expression is scanned once).
+struct CacheStats {
+    std::size_t entries = 0;
+    std::size_t hits = 0;
+    std::size_t misses = 0;
+};
+CacheStats cache_stats() noexcept;
+void clear_cache() noexcept;
+// Switches the cache off (every evaluation analyses the text afresh); for
+// tests that compare the two paths.
+void set_cache_enabled(bool on) noexcept;
+
+}  // namespace ostr::lang

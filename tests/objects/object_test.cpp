@@ -1,0 +1,169 @@
+// The object layer: type names, method tables in registration order, copies
+// that are deep and independent, environments that free what they own.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <ctime>
+#include <string>
+
+#include "ostravine/bignum.h"
+#include "ostravine/environment.h"
+#include "script/environment.hpp"
+#include "support/counting_alloc.hpp"
+
+namespace ostr::obj {
+namespace {
+
+TEST(Objects, TypeNamesOfTheTagTable) {
+    const char* names[] = {"node", "algebraic", "matrix", "mutant", "string", "array", "class_definition",
+                           "top_level", "", "", "map", "", "numeric", "bignum"};
+    for (std::uint32_t tag = 0; tag < tag_count; ++tag) EXPECT_EQ(tag_type_name(tag), names[tag]) << tag;
+    Object* o = make_object(nullptr, scoped, "point", nullptr, {});
+    ASSERT_NE(o, nullptr);
+    EXPECT_EQ(std::string(type_name(o).c_str()), "point");  // tags 8 and 11 report their name
+    o->tag = internal;
+    EXPECT_EQ(std::string(type_name(o).c_str()), "point");
+    o->tag = numeric;
+    o->value = nullptr;
+    EXPECT_EQ(std::string(type_name(o).c_str()), "numeric");
+    free_object(o);
+}
+
+TEST(Objects, CommonSetUp) {
+    Arbenv* env = make_top_level();
+    env->level = 3;
+    Object* o = make_numeric({1, 2}, "z", env);
+    EXPECT_EQ(o->flag_a, 0);
+    EXPECT_EQ(o->flag_b, 0);
+    EXPECT_EQ(o->flag_c, 1);
+    EXPECT_EQ(o->reserved, 0);
+    EXPECT_EQ(o->level, 3);
+    EXPECT_EQ(o->env, env);
+    EXPECT_EQ(o->members->abort_text, &env->abort_text);
+    free_object(o);
+    free_environment(env);
+}
+
+TEST(Objects, MethodTablesInRegistrationOrder) {
+    Object* a = make_object(nullptr, array, "a", nullptr, {});
+    const char* want[] = {"size(0)", "enlarge(1)", "matrix(0)", "append()", "insert(2)", "swap(2)", "delete()", "crop(2)"};
+    ASSERT_EQ(a->members->methods.size(), std::size(want));  // "matrix(0)" twice, one key
+    for (std::size_t k = 0; k < std::size(want); ++k) EXPECT_EQ(a->members->methods[k].signature, want[k]);
+    EXPECT_EQ(find_method(a, "crop")->signature, "crop(2)");
+    EXPECT_EQ(find_method(a, "swapcol"), nullptr);
+    free_object(a);
+    EXPECT_EQ(method_signatures(matrix).size(), 27u);
+    EXPECT_EQ(method_signatures(algebraic).front(), "eval(0)");
+    EXPECT_EQ(method_signatures(node).back(), "unlock()");
+    EXPECT_EQ(method_signatures(map).size(), 7u);
+    EXPECT_EQ(method_signatures(class_definition).front(), "toclass(1)");
+    for (std::uint32_t tag : {string, numeric, bignum, mutant}) EXPECT_TRUE(method_signatures(tag).empty());
+}
+
+TEST(Objects, CopiesAreDeep) {
+    Arbenv* env = make_top_level();
+    Object* f = make_algebraic("2*x+1", "f", env);
+    Object* g = copy_object(f);
+    ASSERT_NE(g, nullptr);
+    EXPECT_NE(f->value, g->value);
+    EXPECT_EQ(text_value(g), "2*x+1");
+    EXPECT_EQ(std::string(g->name), "f");
+    free_object(f);
+    EXPECT_EQ(text_value(g), "2*x+1");
+    free_object(g);
+
+    Object* s = make_scoped("box", env);
+    store(static_cast<Arbenv*>(s->value), make_numeric({5, 0}, "inner", env));
+    Object* t = copy_object(s);
+    auto* scope = static_cast<Arbenv*>(t->value);
+    EXPECT_NE(scope, s->value);
+    EXPECT_EQ(scope->parent, env);
+    ASSERT_NE(find(scope, "inner"), nullptr);
+    EXPECT_EQ(numeric_value(find(scope, "inner")).re, 5);
+    EXPECT_NE(find(scope, "inner"), find(static_cast<Arbenv*>(s->value), "inner"));
+    EXPECT_EQ(resolve(scope, "pi"), find(env, "pi"));
+    free_object(s);
+    free_object(t);
+    free_environment(env);
+}
+
+TEST(Objects, BignumCopiesBothParts) {
+    auto* v = static_cast<BignumValue*>(mem_alloc(sizeof(BignumValue)));
+    BitArray* m = InitializeBitArray(130);
+    m->words[2] = 3;
+    *v = {m, InitializeBitArray(64), -7};
+    Object* b = make_object(nullptr, bignum, "b", v, {});
+    b->free_value = [](void* p) {
+        auto* x = static_cast<BignumValue*>(p);
+        FreeBitArray(static_cast<BitArray*>(x->mantissa));
+        FreeBitArray(static_cast<BitArray*>(x->exponent));
+        mem_free(x);
+    };
+    Object* c = copy_object(b);
+    auto* w = static_cast<BignumValue*>(c->value);
+    EXPECT_NE(w->mantissa, v->mantissa);
+    EXPECT_EQ(static_cast<BitArray*>(w->mantissa)->words[2], 3u);
+    EXPECT_EQ(w->field, -7);
+    free_object(b);
+    free_object(c);
+}
+
+TEST(Environments, TopLevelDefaults) {
+    Arbenv* env = InitializeTopLevelEnvironment();
+    ASSERT_NE(env, nullptr);
+    EXPECT_EQ(GetSignificantDigits(env), 15);
+    SetSignificantDigits(env, 40);
+    EXPECT_EQ(GetSignificantDigits(env), 40);
+    EXPECT_LT(env->random_seed, 0);
+    EXPECT_NE(env->placeholders, nullptr);
+    EXPECT_EQ(env->parent, nullptr);
+    EXPECT_EQ(numeric_value(find(env, "pi")).re, std::acos(-1.0));
+    EXPECT_EQ(numeric_value(find(env, "e")).re, std::exp(1.0));
+    store(env, make_numeric({1, 0}, "pi", env));
+    EXPECT_TRUE(remove(env, "e"));
+    RestoreDefaultAssignments(env);
+    EXPECT_EQ(numeric_value(find(env, "pi")).re, std::acos(-1.0));
+    EXPECT_NE(find(env, "e"), nullptr);
+    TerminateEnvironment(env);
+    TerminateEnvironment(nullptr);
+    EXPECT_EQ(GetSignificantDigits(nullptr), 0);
+}
+
+TEST(Environments, ValueHandlersCopyTopLevel) {
+    Arbenv* env = make_top_level();
+    store(env, make_algebraic("x+1", "f", env));
+    auto* copy = static_cast<Arbenv*>(copy_environment_value(env));
+    ASSERT_NE(copy, nullptr);
+    EXPECT_NE(copy->placeholders, nullptr);
+    EXPECT_EQ(text_value(find(copy, "f")), "x+1");
+    EXPECT_NE(find(copy, "f"), find(env, "f"));
+    EXPECT_EQ(find(copy, "f")->env, copy);
+    free_environment_value(env);
+    free_environment_value(copy);
+}
+
+TEST(Environments, ClockSeed) {
+    EXPECT_EQ(clock_seed(0), 0);
+    EXPECT_EQ(clock_seed(12.34), -123);
+    // 10 * 1.7e9 wraps modulo 2^32 before the magnitude is taken.
+    std::int64_t wide = 17000000000;
+    auto narrow = static_cast<std::int32_t>(static_cast<std::uint32_t>(wide));
+    EXPECT_EQ(clock_seed(1.7e9), -std::abs(narrow));
+    EXPECT_LE(clock_seed(static_cast<double>(std::time(nullptr))), 0);
+}
+
+TEST(Environments, NothingLeaksAcrossManyLifecycles) {
+    test::CountingAlloc counter;
+    for (int k = 0; k < 1000; ++k) {
+        Arbenv* env = make_top_level();
+        Object* s = make_scoped("scope", env);
+        store(static_cast<Arbenv*>(s->value), make_algebraic("x+1", "f", env));
+        store(env, s);
+        store(env, copy_object(s));  // replaces the original
+        free_environment(env);
+    }
+    EXPECT_EQ(counter.live(), 0);
+}
+
+}  // namespace
+}  // namespace ostr::obj

@@ -12,6 +12,7 @@
 #include "ostravine/hash.h"
 #include "ostravine/persist.h"
 #include "ostravine/environment.h"
+#include "ostravine/script.h"
 #include "ostravine/special.h"
 
 #endif

@@ -90,7 +90,9 @@ private:
         if (t.empty()) return leaf(NodeKind::empty, b, e);
         double v;
         if (is_numeric_literal(t, &v)) return number(b, e, {v, 0});
-        if (t == "i") return number(b, e, {0, 1});
+        // "i" is looked up like a name: a variable i (a loop counter, say)
+        // shadows the imaginary unit, which it is otherwise.
+        if (t == "i") return leaf(NodeKind::name, b, e);
         if (scan::is_plain_name(t)) return leaf(NodeKind::name, b, e);
         if (t.front() == '~' || scan::has_condition_char(t, j)) {
             if (auto n = condition(b, e)) return n;
@@ -253,7 +255,7 @@ private:
 
     Value name(std::string_view t) {
         const obj::Object* o = hooks().lookup ? hooks().lookup(env_, t) : obj::resolve(env_, t);
-        if (!o) return Value::formula_of(Text(t));
+        if (!o) return t == "i" ? Value::number({0, 1}) : Value::formula_of(Text(t));
         return value_of(o);
     }
 
@@ -359,6 +361,10 @@ private:
         Value a = eval(kid(n, 0)), b = eval(kid(n, 1));
         if (auto p = poisoned(a, b)) return std::move(*p);
         bool numbers = a.kind == Value::Kind::number && b.kind == Value::Kind::number;
+        if (!numbers && hooks().compare) {
+            if (int r = hooks().compare(a, b, n.cond); r >= 0)
+                return Value::number({static_cast<double>(invert ? 1 - r : r), 0});
+        }
         if (!numbers) {
             auto usable = [](const Value& v) { return v.kind == Value::Kind::number || v.kind == Value::Kind::formula; };
             if (usable(a) && usable(b)) return Value::formula_of(Text(text(n)));
@@ -465,6 +471,20 @@ Value evaluate(std::string_view text, Arbenv* env) {
     DepthGuard guard;
     if (guard.too_deep()) return Value::failure();
     std::shared_ptr<const Compiled> c = analysed(*g, text);
+    return Evaluator(*c, env, *g).eval(c->root);
+}
+
+Prepared prepare(std::string_view text) {
+    Globals* g = globals();
+    return g ? analysed(*g, text) : analyse(text);
+}
+
+Value evaluate(const Prepared& c, Arbenv* env) {
+    Globals* g = globals();
+    if (!g || !env || !c) return Value::failure();
+    if (!env->abort_text.empty()) return Value::failure(Error::evaluation_aborted);
+    DepthGuard guard;
+    if (guard.too_deep()) return Value::failure();
     return Evaluator(*c, env, *g).eval(c->root);
 }
 

@@ -5,10 +5,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string_view>
 #include <vector>
 
+#include "lang/operators.hpp"
 #include "lang/value.hpp"
 
 namespace ostr::lang {
@@ -59,6 +61,9 @@ struct Hooks {
     bool (*atom)(std::string_view text, Arbenv* env, Value* out) = nullptr;
     // Text of an object of a tag the evaluator cannot print.
     Text (*print)(const obj::Object* o, int digits) = nullptr;
+    // A comparison the evaluator has no rule for (two strings, say): 1 or
+    // 0, or -1 when the pair cannot be compared this way.
+    int (*compare)(const Value& a, const Value& b, ops::Cond c) = nullptr;
     // Runs the start-up script named to InitializeGlobals.
     void (*run_init_script)(const char* name, std::uint32_t flag) = nullptr;
 };
@@ -66,6 +71,15 @@ Hooks& hooks() noexcept;
 
 // The value of an expression text in env.
 Value evaluate(std::string_view text, Arbenv* env);
+struct Compiled;
+// An expression text analysed once, for a caller that evaluates the same
+// text many times (a loop body, a function body): evaluating it skips the
+// cache lookup. The analysis depends on the text alone and holds its own
+// copy of it.
+using Prepared = std::shared_ptr<const Compiled>;
+Prepared prepare(std::string_view text);
+Value evaluate(const Prepared& expression, Arbenv* env);
+
 // The values of a comma list ("1,x,2*y"), one per piece; an empty text is
 // an empty list. Used for argument lists.
 std::vector<Value> evaluate_list(std::string_view text, Arbenv* env);

@@ -6,7 +6,6 @@
 #include <new>
 
 #include "lang/persist_adapter.hpp"
-#include "ostravine/environment.h"
 
 namespace ostr::lang {
 namespace {
@@ -46,13 +45,3 @@ void terminate_globals() noexcept {
 }
 
 }  // namespace ostr::lang
-
-extern "C" {
-
-int32_t InitializeGlobals(const char* initScriptName, uint32_t flag) noexcept {
-    return ostr::lang::initialize_globals(initScriptName, flag) ? 1 : 0;
-}
-
-void TerminateGlobals() noexcept { ostr::lang::terminate_globals(); }
-
-}

@@ -1,0 +1,1 @@
+ostr_fuzz_target(script SOURCES script_fuzz.cpp LIBS ostr_script)

@@ -1,0 +1,221 @@
+// The assignment executor and user functions: x=... stores a value under a
+// name, f(x,y)=... defines a function; a call runs the body in a fresh
+// scope whose parent is the environment that holds the definition.
+#include <memory>
+#include <unordered_map>
+
+#include "lang/globals.hpp"
+#include "lang/scan.hpp"
+#include "script/script.hpp"
+
+namespace ostr::script {
+namespace {
+
+
+// Words that would lose their meaning as statements if they held values.
+bool reserved(std::string_view name) {
+    return name == "break" || name == "else" || name == "elseif" || is_placeholder(name);
+}
+
+// A definition "name(p1,p2)=body" taken apart once per text.
+struct Function {
+    std::vector<Text> params;
+    Text body;
+    std::shared_ptr<const Shape> shape;  // null when the body holds strings
+    bool valid = false;
+};
+
+std::shared_ptr<const Function> parse_definition(std::string_view def) {
+    auto f = std::make_shared<Function>();
+    std::size_t open = def.find('(');
+    std::size_t close = open == std::string_view::npos ? open : lang::scan::matching_closer(def, open);
+    if (close == std::string_view::npos || close + 1 >= def.size() || def[close + 1] != '=') return f;
+    std::string_view inside = def.substr(open + 1, close - open - 1);
+    if (!inside.empty())
+        for (std::string_view p : lang::scan::split_commas(inside)) f->params.emplace_back(p);
+    f->body = Text(def.substr(close + 2));
+    // Strings are lifted afresh at every call (their placeholders live for
+    // one line); any other body is analysed once.
+    if (f->body.find('"') == Text::npos) f->shape = body_shape(f->body);
+    f->valid = true;
+    return f;
+}
+
+template <class T>
+using TextCache = std::unordered_map<Text, std::shared_ptr<const T>, lang::TextHash, lang::TextEq>;
+
+std::shared_ptr<const Function> function_of(std::string_view def) {
+    static TextCache<Function> cache;
+    if (auto it = cache.find(def); it != cache.end()) return it->second;
+    if (cache.size() > 4096) cache.clear();
+    auto f = parse_definition(def);
+    cache.emplace(Text(def), f);
+    return f;
+}
+
+// The argument texts of a call, analysed once per call text.
+struct Arguments {
+    std::vector<lang::Prepared> args;
+};
+
+std::shared_ptr<const Arguments> arguments_of(std::string_view inside) {
+    static TextCache<Arguments> cache;
+    if (auto it = cache.find(inside); it != cache.end()) return it->second;
+    if (cache.size() > 4096) cache.clear();
+    auto a = std::make_shared<Arguments>();
+    if (!inside.empty())
+        for (std::string_view p : lang::scan::split_commas(inside)) a->args.push_back(lang::prepare(p));
+    if (inside.size() <= 4096 && inside.find('\xFF') == std::string_view::npos) cache.emplace(Text(inside), a);
+    return a;
+}
+
+// f(x,y): a plain name and a list of distinct plain names.
+bool function_head(std::string_view left, std::string_view* name) {
+    std::size_t open = left.find('(');
+    if (open == std::string_view::npos || open == 0 || left.back() != ')') return false;
+    if (lang::scan::matching_closer(left, open) != left.size() - 1) return false;
+    *name = left.substr(0, open);
+    if (!lang::scan::is_plain_name(*name) || reserved(*name)) return false;
+    std::string_view inside = left.substr(open + 1, left.size() - open - 2);
+    if (inside.empty()) return true;
+    auto params = lang::scan::split_commas(inside);
+    for (std::size_t k = 0; k < params.size(); ++k) {
+        if (!assignable_name(params[k])) return false;
+        for (std::size_t j = 0; j < k; ++j)
+            if (params[j] == params[k]) return false;
+    }
+    return true;
+}
+
+Text define(std::string_view name, std::string_view left, std::string_view right, Arbenv* env) {
+    lang::Globals* g = lang::globals();
+    // A predefined function of that name would always be called first.
+    if (g && g->builtins.count(name)) return Text(lang::error_word(lang::Error::invalid_assignment));
+    // The definition keeps its strings in source form: the placeholders of
+    // this line are gone when the function is called.
+    Text def(left);
+    def += '=';
+    def += substitute(right, env);
+    obj::Object* f = obj::make_algebraic(def, name, env);
+    if (!f) return Text(lang::error_word(lang::Error::invalid_expression));
+    auto [it, fresh] = env->functions.emplace(Text(name), f);
+    if (!fresh) {
+        f->level = it->second->level;
+        obj::free_object(it->second);
+        it->second = f;
+    }
+    return {};
+}
+
+const obj::Object* find_function(Arbenv* env, std::string_view name) {
+    for (; env; env = env->parent)
+        if (auto it = env->functions.find(name); it != env->functions.end()) return it->second;
+    return nullptr;
+}
+
+// The value of an object of another scope, held by env from now on.
+lang::Value value_in(const obj::Object* o, Arbenv* env) {
+    if (o->tag == obj::numeric || o->tag == obj::algebraic) return lang::value_of(o);
+    return lang::Value::object_of(lang::ObjectPtr(obj::copy_object(o, env)));
+}
+
+struct ScopeDeleter {
+    void operator()(Arbenv* e) const noexcept { obj::free_environment(e); }
+};
+
+}  // namespace
+
+bool store_value(lang::Value&& v, std::string_view name, Arbenv* env) {
+    auto it = env->objects.find(name);
+    if (it == env->objects.end()) {
+        obj::Object* o = lang::to_object(std::move(v), env, name);
+        if (!o) return false;
+        obj::store(env, o);
+        return true;
+    }
+    obj::Object* old = it->second;
+    // A number replacing a number is written in place: loops assign their
+    // counters millions of times.
+    if (old->tag == obj::numeric && v.kind == lang::Value::Kind::number) {
+        *static_cast<Complex*>(old->value) = v.num;
+        return true;
+    }
+    obj::Object* o = lang::to_object(std::move(v), env, name);
+    if (!o) return false;
+    o->level = old->level;
+    obj::store(env, o);
+    return true;
+}
+
+// A name that can hold a value: a plain name, or "i", which then shadows
+// the imaginary unit.
+bool assignable_name(std::string_view t) { return (t == "i" || lang::scan::is_plain_name(t)) && !reserved(t); }
+
+Text assign_variable(std::string_view name, lang::Value&& v, Arbenv* env) {
+    if (v.is_error()) {
+        if (aborted(env)) return Text(lang::error_word(lang::Error::evaluation_aborted));
+        return Text(lang::error_word(v.error));
+    }
+    if (!store_value(std::move(v), name, env)) return Text(lang::error_word(lang::Error::invalid_expression));
+    return {};
+}
+
+Text assign(std::string_view left, std::string_view right, Arbenv* env) {
+    if (left == "\x01" "1") return {};  // the dummy step of a "while"
+    std::string_view name;
+    if (assignable_name(left)) return assign_variable(left, lang::evaluate(right, env), env);
+    if (function_head(left, &name)) return define(name, left, right, env);
+    return Text(lang::error_word(lang::Error::invalid_assignment));
+}
+
+bool call_function(std::string_view text, std::size_t open, Arbenv* env, lang::Value* out) {
+    const obj::Object* fo = find_function(env, text.substr(0, open));
+    if (!fo) return false;
+    std::shared_ptr<const Function> f = function_of(obj::text_value(fo));
+    std::shared_ptr<const Arguments> shape = arguments_of(text.substr(open + 1, text.size() - open - 2));
+    if (!f->valid || shape->args.size() != f->params.size()) {
+        *out = lang::Value::failure();
+        return true;
+    }
+    std::vector<lang::Value> args;
+    args.reserve(shape->args.size());
+    for (const lang::Prepared& p : shape->args) {
+        args.push_back(lang::evaluate(p, env));
+        if (args.back().is_error()) {
+            *out = std::move(args.back());
+            return true;
+        }
+    }
+    DepthGuard depth(env);
+    if (!depth.ok()) {
+        *out = lang::Value::failure(lang::Error::evaluation_aborted);
+        return true;
+    }
+    std::unique_ptr<Arbenv, ScopeDeleter> scope(obj::make_environment(fo->env));
+    if (!scope) {
+        *out = lang::Value::failure();
+        return true;
+    }
+    for (std::size_t k = 0; k < args.size(); ++k)
+        if (!store_value(std::move(args[k]), f->params[k], scope.get())) {
+            *out = lang::Value::failure();
+            return true;
+        }
+    Status st;
+    if (f->shape) {
+        st = run_body(*f->shape, scope.get());
+    } else {
+        Text work;
+        st = normalise(f->body, scope.get(), work) ? run_elements(work, scope.get()) : Status::failed;
+    }
+    if (st == Status::failed) {
+        *out = lang::Value::failure(aborted(env) ? lang::Error::evaluation_aborted : lang::Error::invalid_expression);
+        return true;
+    }
+    // A body that set no value leaves the call as a formula.
+    const obj::Object* r = obj::find(scope.get(), "return");
+    *out = r ? value_in(r, env) : lang::Value::formula_of(Text(text));
+    return true;
+}
+
+}  // namespace ostr::script

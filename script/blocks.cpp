@@ -1,0 +1,335 @@
+// Blocks: "if" with "elseif" and "else", "for", "while" (run as a "for"),
+// "private", and the statement executor that runs one element of a block or
+// of a function body and reports its status. A block's text is analysed
+// once into a shape (keyword, elements, what each element is) that is kept
+// by text, so a loop body is split and classified once however often it
+// runs.
+#include <memory>
+#include <unordered_map>
+
+#include "lang/globals.hpp"
+#include "lang/scan.hpp"
+#include "script/script.hpp"
+
+namespace ostr::script {
+namespace {
+
+enum class Keyword : std::uint8_t { none, if_, for_, private_, other };
+enum class Kind : std::uint8_t { assign, block, empty, brk, expr, else_, elseif };
+
+}  // namespace
+
+// What an element is, decided once: an assignment to a variable keeps its
+// right side analysed, an expression its whole text, a block its shape.
+struct Element {
+    Kind kind = Kind::expr;
+    Text text;
+    std::size_t sign = 0;   // assign: position of "="
+    bool variable = false;  // assign: the left side is a variable name
+    lang::Prepared expr;    // expression, condition or right side
+    std::shared_ptr<const Shape> block;
+    std::string_view left() const { return std::string_view(text).substr(0, sign); }
+    std::string_view right() const { return std::string_view(text).substr(sign + 1); }
+};
+
+struct Shape {
+    Keyword keyword = Keyword::none;
+    std::vector<Element> elements;
+};
+
+namespace {
+
+// The dummy assignment that stands for the initialiser and the step of a
+// "while" run as a "for": the byte 0x01 followed by "1=1".
+constexpr std::string_view dummy_assignment = "\x01" "1=1";
+
+std::shared_ptr<const Shape> shape_of(std::string_view text, bool block);
+constexpr std::size_t max_cached_text = 1 << 16;
+constexpr int max_analysis_depth = 32;
+int analysis_depth = 0;
+
+Element classify(std::string_view t) {
+    t = strip_wrappers(strip_wrappers(t, '(', ')'), ':', ';');
+    Element e;
+    e.kind = Kind::expr;
+    e.text = Text(t);
+    if (t.empty()) {
+        e.kind = Kind::empty;
+    } else if (t == "break") {
+        e.kind = Kind::brk;
+    } else if (assignment_form(t)) {
+        e.kind = Kind::assign;
+        e.sign = assignment_sign(t);
+        e.variable = assignable_name(e.left());
+        if (e.variable) e.expr = lang::prepare(e.right());
+    } else if (!block_keyword(t).empty()) {
+        e.kind = Kind::block;
+        // Nested blocks are analysed with their parent, a bounded number of
+        // levels deep; deeper ones wait until they run.
+        if (analysis_depth < max_analysis_depth && t.size() <= max_cached_text &&
+            t.find('\xFF') == std::string_view::npos) {
+            ++analysis_depth;
+            e.block = shape_of(t, true);
+            --analysis_depth;
+        }
+    } else {
+        if (t == "else") e.kind = Kind::else_;
+        if (t == "elseif") e.kind = Kind::elseif;
+        e.expr = lang::prepare(t);
+    }
+    return e;
+}
+
+Keyword keyword_of(std::string_view kw) {
+    if (kw == "if") return Keyword::if_;
+    if (kw == "for" || kw == "while") return Keyword::for_;
+    if (kw == "private") return Keyword::private_;
+    return kw.empty() ? Keyword::none : Keyword::other;
+}
+
+std::shared_ptr<const Shape> analyse(std::string_view text, bool block) {
+    auto s = std::make_shared<Shape>();
+    std::string_view body = text;
+    if (block) {
+        std::string_view kw = block_keyword(text);
+        s->keyword = keyword_of(kw);
+        body = text.substr(kw.size());
+        if (kw == "while") {
+            // while:c,s1,s2; runs as for:I,c,I,s1,s2; with the dummy I.
+            auto pieces = split_statements(body);
+            s->elements.push_back(classify(dummy_assignment));
+            s->elements.push_back(classify(pieces.empty() ? std::string_view() : pieces[0]));
+            s->elements.push_back(classify(dummy_assignment));
+            for (std::size_t k = 1; k < pieces.size(); ++k) s->elements.push_back(classify(pieces[k]));
+            return s;
+        }
+    }
+    for (std::string_view piece : split_statements(body)) s->elements.push_back(classify(piece));
+    return s;
+}
+
+// Shapes by text, blocks and bodies apart. Texts with lifted strings carry
+// names that live for one line only, so they are analysed afresh.
+struct ShapeCache {
+    std::unordered_map<Text, std::shared_ptr<const Shape>, lang::TextHash, lang::TextEq> map[2];
+    std::size_t bytes = 0;
+};
+ShapeCache& cache() {
+    static ShapeCache c;
+    return c;
+}
+constexpr std::size_t max_cache_bytes = std::size_t{8} << 20;
+
+std::shared_ptr<const Shape> shape_of(std::string_view text, bool block) {
+    if (text.size() > max_cached_text || text.find('\xFF') != std::string_view::npos) return analyse(text, block);
+    auto& c = cache();
+    auto& m = c.map[block];
+    if (auto it = m.find(text); it != m.end()) return it->second;
+    auto s = analyse(text, block);
+    std::size_t bytes = 2 * text.size() + 64 * (s->elements.size() + 1);
+    if (c.bytes + bytes > max_cache_bytes) {
+        c.map[0].clear(), c.map[1].clear();
+        c.bytes = 0;
+    }
+    c.bytes += bytes;
+    m.emplace(Text(text), s);
+    return s;
+}
+
+Status set_return(lang::Value&& v, Arbenv* env) {
+    if (v.is_error()) return Status::failed;
+    if (!store_value(std::move(v), "return", env)) return Status::failed;
+    return Status::done;
+}
+
+Status run_element(const Element& e, Arbenv* env) {
+    switch (e.kind) {
+    case Kind::assign: {
+        Text r = e.variable ? assign_variable(e.left(), lang::evaluate(e.expr, env), env)
+                            : assign(e.left(), e.right(), env);
+        return r.empty() ? Status::done : Status::failed;
+    }
+    case Kind::block: return e.block ? run_shape(*e.block, env) : run_block(e.text, env);
+    case Kind::empty: return set_return(lang::Value::number({0, 0}), env);
+    case Kind::brk: return Status::broke;
+    case Kind::expr:
+    case Kind::else_:
+    case Kind::elseif: {
+        lang::Value v = lang::evaluate(e.expr, env);
+        // A name that evaluates to the text "break" breaks, as the word does.
+        if (v.kind == lang::Value::Kind::formula && v.text.re == "break" && v.text.im == "0") return Status::broke;
+        return set_return(std::move(v), env);
+    }
+    }
+    return Status::failed;
+}
+
+Status run_list(const std::vector<Element>& el, std::size_t from, std::size_t to, Arbenv* env) {
+    for (std::size_t k = from; k < to; ++k) {
+        Status s = run_element(el[k], env);
+        if (s != Status::done) return s;
+        if (aborted(env)) return Status::failed;
+    }
+    return Status::done;
+}
+
+// The objects made while an "if" branch ran are released when it ends;
+// "return" is exempt, since it carries the value out of the branch (and out
+// of a function body made of an "if").
+void release_level(Arbenv* env, std::int32_t level) {
+    for (auto it = env->objects.begin(); it != env->objects.end();) {
+        obj::Object* o = it->second;
+        if (o->level == level && it->first != "return") {
+            it = env->objects.erase(it);
+            obj::free_object(o);
+        } else {
+            ++it;
+        }
+    }
+}
+
+Status run_branch(const std::vector<Element>& el, std::size_t from, std::size_t to, Arbenv* env) {
+    ++env->level;
+    Status s = run_list(el, from, to, env);
+    release_level(env, env->level);
+    --env->level;
+    return s;
+}
+
+// Any element can stand as a condition; one that is not an expression
+// (an assignment, say) is evaluated as its text, which fails.
+lang::Value condition(const Element& e, Arbenv* env) {
+    if (e.kind == Kind::expr) return lang::evaluate(e.expr, env);
+    return lang::evaluate(e.text, env);
+}
+
+std::size_t next_marker(const std::vector<Element>& el, std::size_t from) {
+    while (from < el.size() && el[from].kind != Kind::else_ && el[from].kind != Kind::elseif) ++from;
+    return from;
+}
+
+Status run_if(const Shape& s, Arbenv* env) {
+    const auto& el = s.elements;
+    for (std::size_t c = 0; c < el.size();) {
+        int truth = truth_text(condition(el[c], env), env);
+        std::size_t m = next_marker(el, c + 1);
+        if (truth == 1) return run_branch(el, c + 1, m, env);
+        if (m == el.size()) return Status::done;
+        if (el[m].kind == Kind::elseif) {
+            c = m + 1;
+            continue;
+        }
+        if (truth == 0) return run_branch(el, m + 1, next_marker(el, m + 1), env);
+        return Status::done;
+    }
+    return Status::done;
+}
+
+Status loop(const Shape& s, Arbenv* env) {
+    const auto& el = s.elements;
+    if (run_element(el[0], env) != Status::done || aborted(env)) return Status::failed;
+    for (;;) {
+        lang::Value c = condition(el[1], env);
+        if (c.is_error()) return Status::failed;
+        if (truth_text(c, env) != 1) return Status::done;
+        for (std::size_t k = 3; k < el.size(); ++k) {
+            Status st = run_element(el[k], env);
+            if (st == Status::broke) return Status::done;
+            if (st == Status::failed || aborted(env)) return Status::failed;
+        }
+        if (run_element(el[2], env) != Status::done || aborted(env)) return Status::failed;
+        if (!count_pass(env)) return Status::failed;
+    }
+}
+
+// Objects and user functions made in a loop's temporary scope move into
+// the top-level environment when the loop ends; an object that replaces
+// one there keeps that one's level.
+void move_back(Arbenv* scope, Arbenv* top) {
+    obj::ObjectTable objects, functions;
+    objects.swap(scope->objects);
+    functions.swap(scope->functions);
+    for (auto& [name, o] : objects) {
+        if (obj::Object* old = obj::find(top, name)) o->level = old->level;
+        obj::store(top, o);
+    }
+    for (auto& [name, f] : functions) {
+        f->env = top;
+        auto [it, fresh] = top->functions.emplace(name, f);
+        if (!fresh) {
+            obj::free_object(it->second);
+            it->second = f;
+        }
+    }
+}
+
+Status run_for(const Shape& s, Arbenv* env) {
+    const auto& el = s.elements;
+    if (el.size() < 3 || el[0].kind != Kind::assign || el[2].kind != Kind::assign) return Status::failed;
+    if (env->parent) return loop(s, env);
+    // At top level the loop runs in a scope of its own; what it made stays.
+    lang::ObjectPtr scope(obj::make_scoped("for", env));
+    if (!scope) return Status::failed;
+    auto* inner = static_cast<Arbenv*>(scope->value);
+    Status st = loop(s, inner);
+    move_back(inner, env);
+    return st;
+}
+
+}  // namespace
+
+Status run_block(std::string_view text, Arbenv* env) {
+    std::shared_ptr<const Shape> s = shape_of(text, true);
+    return run_shape(*s, env);
+}
+
+Status run_shape(const Shape& shape, Arbenv* env) {
+    DepthGuard depth(env);
+    if (!depth.ok()) return Status::failed;
+    const Shape* s = &shape;
+    std::uint8_t history = env->history_flag;
+    env->history_flag = 0;
+    Status st = Status::done;
+    switch (s->keyword) {
+    case Keyword::if_: st = run_if(*s, env); break;
+    case Keyword::for_: st = run_for(*s, env); break;
+    case Keyword::private_: st = run_list(s->elements, 0, s->elements.size(), env); break;
+    case Keyword::none:
+    case Keyword::other: break;
+    }
+    env->history_flag = history;
+    return aborted(env) ? Status::failed : st;
+}
+
+std::shared_ptr<const Shape> body_shape(std::string_view body) { return shape_of(body, false); }
+
+Status run_body(const Shape& s, Arbenv* env) {
+    Status st = run_list(s.elements, 0, s.elements.size(), env);
+    return aborted(env) ? Status::failed : st;
+}
+
+Status run_elements(std::string_view body, Arbenv* env) { return run_body(*shape_of(body, false), env); }
+
+std::optional<lang::Value> statement_value(std::string_view text, Arbenv* env) {
+    text = strip_wrappers(text, '(', ')');
+    Keyword kw = keyword_of(block_keyword(text));
+    if (kw == Keyword::none || kw == Keyword::other) return lang::evaluate(text, env);
+    // The value of an "if" or "private" is the "return" its elements leave
+    // behind; one left by an earlier statement must not count.
+    if (kw != Keyword::for_) obj::remove(env, "return");
+    Status st = run_block(text, env);
+    if (st == Status::failed)
+        return lang::Value::failure(aborted(env) ? lang::Error::evaluation_aborted : lang::Error::invalid_expression);
+    if (kw == Keyword::for_) return std::nullopt;
+    const obj::Object* r = obj::find(env, "return");
+    if (!r) return std::nullopt;
+    return lang::value_of(r);
+}
+
+void clear_shapes() noexcept {
+    auto& c = cache();
+    c.map[0].clear(), c.map[1].clear();
+    c.bytes = 0;
+}
+
+}  // namespace ostr::script

@@ -1,0 +1,81 @@
+// How the statement layer joins the evaluator: the globals are built by the
+// evaluator and then completed here (hooks, string arithmetic, the
+// "sigdigits" command), so the dependency stays one-way.
+#include <cmath>
+
+#include "lang/globals.hpp"
+#include "lang/scan.hpp"
+#include "script/script.hpp"
+
+namespace ostr::script {
+namespace {
+
+// A name: the lifted literal of this line, or an object in the scopes.
+const obj::Object* lookup(Arbenv* env, std::string_view name) {
+    if (is_placeholder(name)) {
+        const Arbenv* top = obj::top_level_of(env);
+        if (!top->placeholders) return nullptr;
+        auto it = top->placeholders->find(name);
+        return it == top->placeholders->end() ? nullptr : it->second;
+    }
+    return obj::resolve(env, name);
+}
+
+// Atoms the evaluator leaves to this layer: blocks used as values, and
+// calls of user functions. A call of a name that is no function stays a
+// formula, as a free name does.
+bool atom(std::string_view text, Arbenv* env, lang::Value* out) {
+    std::string_view kw = block_keyword(text);
+    if (!kw.empty()) {
+        if (kw != "if" && kw != "for" && kw != "while" && kw != "private") return false;
+        std::optional<lang::Value> v = statement_value(text, env);
+        *out = v ? std::move(*v) : lang::Value::failure();
+        return true;
+    }
+    std::size_t open = text.find('(');
+    if (open == std::string_view::npos || open == 0 || text.back() != ')') return false;
+    if (!lang::scan::is_plain_name(text.substr(0, open))) return false;
+    if (lang::scan::matching_closer(text, open) != text.size() - 1) return false;
+    if (call_function(text, open, env, out)) return true;
+    *out = lang::Value::formula_of(Text(text));
+    return true;
+}
+
+// sigdigits(n): the count of significant digits shown, 1 to 15.
+lang::Value sigdigits(std::span<lang::Value> args, Arbenv* env) {
+    const lang::Value& a = args[0];
+    if (a.kind != lang::Value::Kind::number || a.num.im != 0 || a.num.re != std::floor(a.num.re) ||
+        a.num.re < 1 || a.num.re > 15)
+        return lang::Value::failure();
+    for (Arbenv* e = env; e; e = e->parent) e->significant_digits = static_cast<std::int32_t>(a.num.re);
+    return lang::Value::number(a.num);
+}
+
+}  // namespace
+
+void install() {
+    lang::Hooks& h = lang::hooks();
+    h.lookup = lookup;
+    h.atom = atom;
+    h.print = print_object;
+    h.compare = string_compare;
+    if (lang::Globals* g = lang::globals()) {
+        g->table[obj::string][obj::string] = string_arithmetic;
+        g->table[obj::string][obj::numeric] = g->table[obj::numeric][obj::string] = string_arithmetic;
+        lang::register_builtin("sigdigits(1)", sigdigits);
+    }
+}
+
+bool initialize_globals(const char* init_script, std::uint32_t flag) {
+    clear_shapes();
+    if (!lang::initialize_globals(init_script, flag)) return false;
+    install();
+    return true;
+}
+
+void terminate_globals() noexcept {
+    clear_shapes();
+    lang::terminate_globals();
+}
+
+}  // namespace ostr::script

@@ -1,0 +1,141 @@
+// Statement execution: the layer above the evaluator that runs whole script
+// lines (ArbevalScript), blocks, assignments and user functions, and fills
+// the evaluator's hook record at start-up.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "lang/evaluate.hpp"
+#include "lang/value.hpp"
+#include "script/environment.hpp"
+
+namespace ostr::script {
+
+// Bounds that protect the process. Past any of them the line is aborted: the
+// abort text of the environment is set, the line answers
+// ">evaluation_aborted<", and the next top-level line starts afresh.
+struct Limits {
+    std::size_t max_line_bytes = std::size_t{4} << 20;     // a script text, after trimming
+    std::size_t max_string_bytes = std::size_t{16} << 20;  // one string value
+    int max_depth = 256;                                    // user calls and blocks nested together
+    std::uint64_t max_loop_passes = 100'000'000;            // loop passes of one top-level line
+    double max_seconds = 60.0;                              // loop time of one top-level line
+};
+Limits& limits() noexcept;
+
+// Builds the evaluator's globals and installs this layer into them (hooks,
+// string arithmetic, the "sigdigits" command); then runs the start-up
+// script when flag is set and the file exists.
+bool initialize_globals(const char* init_script, std::uint32_t flag);
+void terminate_globals() noexcept;
+// Fills the hook record and the table cells of this layer; idempotent.
+void install();
+
+// The whole of ArbevalScript: a new result text, never absent.
+Text run_script(std::string_view text, Arbenv* env, bool top_level);
+
+// ---- pieces shared by the files of this layer ----
+
+// Normalisation of a script text. False when the text is to fail (an
+// unterminated string, a reserved byte, a line past its bound).
+bool normalise(std::string_view text, Arbenv* env, Text& out);
+// The normalised text's strings turned back into quoted source form.
+Text substitute(std::string_view text, Arbenv* env);
+// A string literal lifted out of a script: its placeholder name.
+Text lift_string(std::string_view content, Arbenv* env);
+
+// Wrapper pairs around the whole text, removed layer by layer.
+std::string_view strip_wrappers(std::string_view text, char open, char close);
+// Position of the assignment sign at depth zero (rightmost), or npos.
+std::size_t assignment_sign(std::string_view text);
+// True for exactly one assignment: a=b, not a=b=c, not =x or f(x)=.
+bool assignment_form(std::string_view text);
+// True when the text holds no "," at depth zero.
+bool single_statement(std::string_view text);
+// The statements of a script: split at depth-zero commas, parenthesised
+// groups flattened into the sequence.
+std::vector<std::string_view> split_statements(std::string_view text);
+// keyword ":" ... ";" with the ":" matching the final ";": the keyword,
+// else empty.
+std::string_view block_keyword(std::string_view text);
+
+// Statement status inside blocks.
+enum class Status : std::uint8_t { failed = 0, done = 1, broke = 2 };
+
+// The analysed form of a block or a body: its elements, each classified,
+// with its expressions prepared for the evaluator. Kept by text.
+struct Shape;
+std::shared_ptr<const Shape> body_shape(std::string_view body);
+
+// Runs one block statement (keyword form) in env.
+Status run_block(std::string_view text, Arbenv* env);
+Status run_shape(const Shape& block, Arbenv* env);
+Status run_body(const Shape& body, Arbenv* env);
+// The value of a statement that is an expression or a block; blocks give
+// the value of the last plain expression they ran, if any.
+// Nothing when a block ran well but set no value (a loop, say).
+std::optional<lang::Value> statement_value(std::string_view text, Arbenv* env);
+// Forgets the analysed block shapes.
+void clear_shapes() noexcept;
+// Runs a list of block elements (a function body): the status.
+Status run_elements(std::string_view body, Arbenv* env);
+
+// Assignment of `right` to `left` in env. The answer is empty on success,
+// else the error word to show.
+Text assign(std::string_view left, std::string_view right, Arbenv* env);
+// A name that may be assigned: a plain name or "i", not one of the words
+// of the statement language.
+bool assignable_name(std::string_view name);
+// The assignment of an evaluated value to such a name: empty on success,
+// else the error word.
+Text assign_variable(std::string_view name, lang::Value&& v, Arbenv* env);
+// Stores a value under a name with the level rule: a replaced object keeps
+// the level of the object it replaces.
+bool store_value(lang::Value&& v, std::string_view name, Arbenv* env);
+// Calls the user function `name` visible from env, if there is one.
+bool call_function(std::string_view text, std::size_t open, Arbenv* env, lang::Value* out);
+
+// Abort handling: sets the abort text along env and its parents.
+void abort(Arbenv* env, std::string_view reason);
+bool aborted(const Arbenv* env) noexcept;
+lang::Value abort_value(Arbenv* env, std::string_view reason);
+
+// Nesting of user calls and blocks; past the limit the line is aborted.
+class DepthGuard {
+public:
+    explicit DepthGuard(Arbenv* env);
+    ~DepthGuard();
+    DepthGuard(const DepthGuard&) = delete;
+    DepthGuard& operator=(const DepthGuard&) = delete;
+    bool ok() const noexcept { return ok_; }
+
+private:
+    bool ok_;
+};
+
+// One more loop pass of the current line; false once a loop bound is hit
+// (the line is then aborted).
+bool count_pass(Arbenv* env);
+// Starts the counters of a new top-level line.
+void start_line() noexcept;
+
+// Strings: values, printing, arithmetic.
+[[nodiscard]] obj::Object* make_string(std::string_view text, std::string_view name, Arbenv* env);
+Text quoted(std::string_view text);
+Text print_object(const obj::Object* o, int digits);
+Text print_value(const lang::Value& v, Arbenv* env);
+lang::Value string_arithmetic(lang::Value& l, lang::Value& r, char op, Arbenv* env, const lang::OperandTexts&);
+int string_compare(const lang::Value& a, const lang::Value& b, lang::ops::Cond c);
+
+// The text of a value as a condition sees it: "1", "0" or anything else.
+int truth_text(const lang::Value& v, Arbenv* env);
+
+inline bool is_placeholder(std::string_view name) noexcept {
+    return !name.empty() && static_cast<unsigned char>(name.front()) == 0xFF;
+}
+
+}  // namespace ostr::script

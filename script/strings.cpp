@@ -1,0 +1,99 @@
+// String values and the object printer: strings are objects of tag 4 whose
+// value is a zero-terminated text; they print in double quotes with their
+// escapes, join with "+" and compare with "==" and "~=".
+#include <cstring>
+
+#include "script/script.hpp"
+
+namespace ostr::script {
+
+obj::Object* make_string(std::string_view text, std::string_view name, Arbenv* env) {
+    char* v = dup_text(text);
+    if (!v) return nullptr;
+    return obj::make_object(env, obj::string, name, v, obj::text_handlers());
+}
+
+Text quoted(std::string_view s) {
+    Text out("\"");
+    out.reserve(s.size() + 2);
+    for (char c : s) {
+        switch (c) {
+        case '"': out += "\\\""; break;
+        case '\\': out += "\\\\"; break;
+        case '\n': out += "\\n"; break;
+        case '\t': out += "\\t"; break;
+        default: out += c; break;
+        }
+    }
+    out += '"';
+    return out;
+}
+
+Text print_object(const obj::Object* o, int digits) {
+    switch (o->tag) {
+    case obj::string: return quoted(obj::text_value(o));
+    case obj::algebraic: return Text(obj::text_value(o));
+    case obj::numeric: return lang::display(lang::Value::number(obj::numeric_value(o)), digits);
+    default: return obj::type_name(o);
+    }
+}
+
+Text print_value(const lang::Value& v, Arbenv* env) {
+    Text t = lang::display(v, env->significant_digits);
+    // A formula may carry the name of a lifted string ("f(\"a\")" with f
+    // unknown); the user sees the string again.
+    if (v.kind == lang::Value::Kind::formula) return substitute(t, env);
+    return t;
+}
+
+namespace {
+
+bool is_string(const lang::Value& v) noexcept {
+    return v.kind == lang::Value::Kind::object && v.obj && v.obj->tag == obj::string;
+}
+
+// The text a value contributes to a joined string: a string's own text, a
+// number as the user would see it; nothing for anything else.
+bool piece(const lang::Value& v, Arbenv* env, Text& out) {
+    if (is_string(v)) {
+        out = obj::text_value(v.obj.get());
+        return true;
+    }
+    if (v.kind == lang::Value::Kind::number) {
+        out = lang::display(v, env->significant_digits);
+        return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+lang::Value string_arithmetic(lang::Value& l, lang::Value& r, char op, Arbenv* env, const lang::OperandTexts&) {
+    Text a, b;
+    if (op != '+' || !piece(l, env, a) || !piece(r, env, b)) return lang::Value::failure();
+    if (a.size() + b.size() > limits().max_string_bytes) return abort_value(env, "string too long");
+    a += b;
+    return lang::Value::object_of(lang::ObjectPtr(make_string(a, "", env)));
+}
+
+int string_compare(const lang::Value& a, const lang::Value& b, lang::ops::Cond c) {
+    if (!is_string(a) || !is_string(b)) return -1;
+    bool same = obj::text_value(a.obj.get()) == obj::text_value(b.obj.get());
+    if (c == lang::ops::Cond::eq) return same;
+    if (c == lang::ops::Cond::ne) return !same;
+    return -1;
+}
+
+int truth_text(const lang::Value& v, Arbenv* env) {
+    if (v.kind == lang::Value::Kind::number && v.num.im == 0) {
+        if (v.num.re == 1) return 1;
+        if (v.num.re == 0) return 0;
+    }
+    if (v.is_error()) return -1;
+    Text t = lang::display(v, env->significant_digits);
+    if (t == "1") return 1;
+    if (t == "0") return 0;
+    return -1;
+}
+
+}  // namespace ostr::script

@@ -1,131 +1,600 @@
-// A minimal formula arithmetic that keeps the evaluator buildable until the
-// formula component lands: numbers are folded, the identities with 0 and 1
-// are applied, and every other operand is parenthesised. Correct, not pretty.
+// Simplifying constructors of the formula tree, the printer, and the public operations
+// on texts and text pairs. Every operation reads its operands, builds one node through
+// the constructors and prints it.
 #include "lang/formula.hpp"
 
+#include <cassert>
+#include <algorithm>
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
+#include <complex>
+#include <numeric>
+#include <unordered_map>
+
+#include "lang/formula_number.hpp"
+#include "lang/formula_tree.hpp"
 
 namespace ostr::formula {
+namespace detail {
 namespace {
 
-bool atom(std::string_view t) {
-    if (t.empty()) return false;
-    if (is_number(t) && t.front() != '-' && t.front() != '+') return true;
-    for (char c : t)
-        if (std::string_view(",+-*/^!'()=[]:;~&|<>.@#\"").find(c) != std::string_view::npos) return false;
+bool is_integer(double v) { return std::isfinite(v) && v == std::trunc(v); }
+
+bool negative(const Node& n) {
+    return (n.kind == Kind::number || n.kind == Kind::product) && n.value < 0;
+}
+
+// Subtracting a negative term is adding its magnitude; terms are stored non-negative.
+Item canonical(Item it) {
+    if (negative(it.node)) {
+        if (it.node.kind == Kind::number) it.node = number(-it.node.value);
+        else it.node.value = -it.node.value;
+        it.inverse = !it.inverse;
+    }
+    return it;
+}
+
+bool unsettled(const Node& n) {
+    if (n.kind != Kind::product) return false;
+    for (const Item& f : n.items)
+        if (f.node.kind == Kind::number) return true;
+    return false;
+}
+
+// The product with coefficient c times `rest` (a term without its coefficient).
+Node with_coefficient(double c, Node rest) {
+    if (rest.kind == Kind::product) rest.value = rest.den = 1;
+    std::vector<Item> items;
+    items.push_back({false, number(c)});
+    items.push_back({false, std::move(rest)});
+    return make_product(std::move(items));
+}
+
+// One group of like terms: the first term as written and the sum of the coefficients.
+struct LikeTerms {
+    Item first;
+    double coefficient = 0;
+    int count = 0;
+};
+
+// One group of like factors: the same base on the same side of the fraction bar.
+struct LikeFactors {
+    Item first;
+    Node base;
+    double exponent = 0;
+    int count = 0;
+    int rank = 0;  // names and powers before bracketed factors, numbers last
+    std::string_view key;
+};
+
+bool all_subtracted(const Node& n) {
+    if (n.kind != Kind::sum) return false;
+    for (const Item& t : n.items)
+        if (t.inverse == negative(t.node)) return false;
     return true;
 }
 
-Text wrap(std::string_view t) {
-    if (atom(t)) return Text(t);
-    Text w("(");
-    w += t;
-    w += ')';
-    return w;
+// Collects like factors into one power (x*x -> x^2, a/x/x^2 -> a/x^3), takes the sign
+// of a factor like -(a+b) into the coefficient, and puts the factors in a fixed order
+// (by their text), so that x*y and y*x are recognised as like terms of a sum.
+std::vector<Item> merged_factors(std::vector<Item> kept, double& num, double& den) {
+    std::vector<LikeFactors> groups;
+    std::vector<Text> keys;
+    keys.reserve(kept.size());
+    std::unordered_map<std::string_view, std::size_t> index;
+    for (Item& f : kept) {
+        if (all_subtracted(f.node)) {
+            f.node = negated(std::move(f.node));
+            num = -num;
+        }
+        if (f.node.kind == Kind::number) {
+            groups.push_back({std::move(f), Node{}, 0, 1, 3, {}});
+            continue;
+        }
+        bool numeric_exponent = f.node.kind == Kind::power && f.node.items[1].node.kind == Kind::number;
+        const Node& base = numeric_exponent ? f.node.items[0].node : f.node;
+        double e = numeric_exponent ? f.node.items[1].node.value : 1;
+        Text key(f.inverse ? "/" : "*");
+        print(base, key);
+        keys.push_back(std::move(key));
+        auto [at, fresh] = index.try_emplace(std::string_view(keys.back()), groups.size());
+        if (!fresh) {
+            groups[at->second].exponent += e;
+            ++groups[at->second].count;
+            continue;
+        }
+        int rank = base.kind == Kind::atom && !base.opaque ? 0 : base.kind == Kind::power ? 1 : 2;
+        Node b = base;
+        groups.push_back({std::move(f), std::move(b), e, 1, rank, at->first.substr(1)});
+    }
+    std::stable_sort(groups.begin(), groups.end(), [](const LikeFactors& x, const LikeFactors& y) {
+        if (x.rank != y.rank) return x.rank < y.rank;
+        return x.rank != 3 && x.key < y.key;
+    });
+    std::vector<Item> out;
+    out.reserve(groups.size());
+    for (LikeFactors& g : groups) {
+        if (g.count == 1) {
+            out.push_back(std::move(g.first));
+            continue;
+        }
+        Node p = make_power(std::move(g.base), number(g.exponent));
+        bool inverse = g.first.inverse;
+        double& c = inverse ? den : num;
+        if (p.kind == Kind::number && std::isfinite(c * p.value) && c * p.value != 0) {
+            c *= p.value;
+        } else if (p.kind == Kind::number) {
+            out.push_back({inverse, std::move(p)});
+        } else if (p.kind == Kind::product) {
+            (inverse ? den : num) *= p.value;
+            (inverse ? num : den) *= p.den;
+            for (Item& s : p.items) out.push_back({s.inverse != inverse, std::move(s.node)});
+        } else {
+            out.push_back({inverse, std::move(p)});
+        }
+    }
+    return out;
 }
 
-Text number(double v) {
-    if (v == 0) v = 0;  // no "-0"
-    char buf[40];
-    std::snprintf(buf, sizeof buf, "%.15g", v);
-    return Text(buf);
+}  // namespace
+
+Node number(double v) {
+    Node n;
+    n.value = v == 0 ? 0.0 : v;
+    return n;
 }
 
-bool is(std::string_view t, double want) {
-    double v;
-    return is_number(t, &v) && v == want;
+Node negated(Node n) {
+    switch (n.kind) {
+        case Kind::number:
+            return number(-n.value);
+        case Kind::sum:
+            for (Item& t : n.items) t.inverse = !t.inverse;
+            return n;
+        case Kind::product:
+            n.value = -n.value;
+            return n;
+        default: {
+            Node p;
+            p.kind = Kind::product;
+            p.value = -1;
+            p.items.push_back({false, std::move(n)});
+            return p;
+        }
+    }
+}
+
+// Terms are flattened, numbers folded into one constant written last, and like terms
+// (equal apart from the numeric coefficient) collected; a zero coefficient removes the
+// term. Terms keep the order of their first appearance.
+Node make_sum(std::vector<Item> terms) {
+    std::vector<Item> flat;
+    flat.reserve(terms.size());
+    for (Item& t : terms) {
+        if (t.node.kind == Kind::sum) {
+            for (Item& s : t.node.items) flat.push_back({s.inverse != t.inverse, std::move(s.node)});
+        } else {
+            flat.push_back(std::move(t));
+        }
+    }
+    std::vector<Item> numbers;
+    std::vector<LikeTerms> groups;
+    groups.reserve(flat.size());
+    std::vector<Text> keys;
+    keys.reserve(flat.size());
+    std::unordered_map<std::string_view, std::size_t> index;
+    index.reserve(flat.size());
+    for (Item& t : flat) {
+        t = canonical(std::move(t));
+        if (t.node.kind == Kind::number) {
+            numbers.push_back(std::move(t));
+            continue;
+        }
+        double c = t.node.kind == Kind::product ? t.node.value / t.node.den : 1;
+        if (t.inverse) c = -c;
+        if (!unsettled(t.node)) {
+            keys.emplace_back();
+            print_bare(t.node, keys.back());
+            auto [at, fresh] = index.try_emplace(std::string_view(keys.back()), groups.size());
+            if (!fresh) {
+                groups[at->second].coefficient += c;
+                ++groups[at->second].count;
+                continue;
+            }
+        }
+        groups.push_back({std::move(t), c, 1});
+    }
+
+    std::vector<Item> out;
+    for (LikeTerms& g : groups) {
+        if (g.count == 1) {
+            out.push_back(std::move(g.first));
+        } else if (g.coefficient != 0 && std::isfinite(g.coefficient)) {
+            out.push_back(canonical({false, with_coefficient(g.coefficient, std::move(g.first.node))}));
+        }
+    }
+    double constant = 0;
+    for (const Item& n : numbers) constant += n.inverse ? -n.node.value : n.node.value;
+    if (!std::isfinite(constant)) {
+        for (Item& n : numbers) out.push_back(std::move(n));
+    } else if (constant != 0) {
+        out.push_back(canonical({false, number(constant)}));
+    }
+
+    if (out.empty()) return number(0);
+    if (out.size() == 1) {
+        if (out[0].inverse) return negated(std::move(out[0].node));
+        return std::move(out[0].node);
+    }
+    Node s;
+    s.kind = Kind::sum;
+    s.items = std::move(out);
+    return s;
+}
+
+// Factors are flattened and numbers folded into the coefficient num/den; a zero
+// coefficient absorbs the product unless an unfolded number (a zero divisor) is there.
+// The coefficient is written as one number when that is not longer than num and den
+// apart, so x/3 stays x/3 while 6*x/3 becomes 2*x.
+Node make_product(std::vector<Item> factors) {
+    double num = 1, den = 1;
+    std::vector<Item> kept;
+    kept.reserve(factors.size());
+    auto fold = [&](double v, bool divide) {
+        double t = divide ? den * v : num * v;
+        if (!std::isfinite(t) || (divide && t == 0)) return false;
+        (divide ? den : num) = t;
+        return true;
+    };
+    for (Item& f : factors) {
+        Node& n = f.node;
+        if (n.kind == Kind::number) {
+            if (!fold(n.value, f.inverse)) kept.push_back(std::move(f));
+        } else if (n.kind == Kind::product) {
+            if (!fold(n.value, f.inverse)) kept.push_back({f.inverse, number(n.value)});
+            if (!fold(n.den, !f.inverse)) kept.push_back({!f.inverse, number(n.den)});
+            for (Item& s : n.items) kept.push_back({s.inverse != f.inverse, std::move(s.node)});
+        } else {
+            kept.push_back(std::move(f));
+        }
+    }
+    kept = merged_factors(std::move(kept), num, den);
+    if (den < 0) {
+        den = -den;
+        num = -num;
+    }
+    bool loose_numbers = false;
+    for (const Item& f : kept) loose_numbers |= f.node.kind == Kind::number;
+    if (num == 0 && !loose_numbers) return number(0);
+    if (den != 1 && is_integer(num) && is_integer(den) && std::fabs(num) < 9e15 && den < 9e15) {
+        auto g = std::gcd(static_cast<long long>(std::fabs(num)), static_cast<long long>(den));
+        num /= static_cast<double>(g);
+        den /= static_cast<double>(g);
+    }
+    if (kept.empty() && std::isfinite(num / den)) return number(num / den);
+    if (den != 1) {
+        double c = num / den;
+        bool has_mult = false;
+        for (const Item& f : kept) has_mult |= !f.inverse;
+        std::size_t apart = number_text(den).size();
+        if (std::fabs(num) != 1 || !has_mult) apart += number_text(std::fabs(num)).size();
+        if (std::isfinite(c) && c != 0 && number_text(std::fabs(c)).size() <= apart) {
+            num = c;
+            den = 1;
+        }
+    }
+    if (den == 1 && kept.size() == 1 && !kept[0].inverse) {
+        if (num == 1) return std::move(kept[0].node);
+        if (num == -1 && kept[0].node.kind == Kind::sum) return negated(std::move(kept[0].node));
+    }
+    Node p;
+    p.kind = Kind::product;
+    p.value = num;
+    p.den = den;
+    p.items = std::move(kept);
+    return p;
+}
+
+// x^1 = x, x^0 = 1, 1^x = 1; numbers fold when the result is real and finite. An
+// integer exponent n (which keeps z^n single-valued for complex z) also gives
+// (b^e)^n = b^(e*n) and, for n >= 2, distributes over a product.
+Node make_power(Node base, Node exponent) {
+    if (exponent.kind == Kind::number) {
+        if (exponent.value == 1) return base;
+        if (exponent.value == 0) return number(1);
+    }
+    if (base.kind == Kind::number && base.value == 1) return number(1);
+    if (base.kind == Kind::number && exponent.kind == Kind::number) {
+        double r = std::pow(base.value, exponent.value);
+        if (std::isfinite(r) && (base.value >= 0 || is_integer(exponent.value))) return number(r);
+    }
+    if (exponent.kind == Kind::number && is_integer(exponent.value)) {
+        double n = exponent.value;
+        if (base.kind == Kind::power) {
+            std::vector<Item> e;
+            e.push_back({false, std::move(base.items[1].node)});
+            e.push_back({false, number(n)});
+            return make_power(std::move(base.items[0].node), make_product(std::move(e)));
+        }
+        double num = std::pow(base.value, n), den = std::pow(base.den, n);
+        if (base.kind == Kind::product && n >= 2 && n <= 64 && std::isfinite(num) &&
+            std::isfinite(den) && num != 0 && den != 0) {
+            std::vector<Item> f;
+            f.push_back({false, number(num)});
+            f.push_back({true, number(den)});
+            for (Item& it : base.items)
+                f.push_back({it.inverse, make_power(std::move(it.node), number(n))});
+            return make_product(std::move(f));
+        }
+    }
+    Node p;
+    p.kind = Kind::power;
+    p.items.push_back({false, std::move(base)});
+    p.items.push_back({false, std::move(exponent)});
+    return p;
+}
+
+// ---- printing
+
+namespace {
+
+enum class Slot { term, factor, base, exponent };
+
+// Where the split rules would cut the operand text differently from the tree. A sign
+// binds tighter than ^ here (-x^2 reads as (-x)^2), so negative bases are bracketed,
+// and a leading sign is never written before a ^, + or - at depth zero; that also keeps
+// the text right for a reader that takes leading signs off before it splits.
+bool needs_parens(const Node& n, Slot slot) {
+    switch (n.kind) {
+        case Kind::atom:
+            return n.opaque;
+        case Kind::number:
+            return n.value < 0 && slot != Slot::exponent;
+        case Kind::sum:
+            return true;
+        case Kind::product:
+            return slot != Slot::term;
+        case Kind::power:
+            return slot == Slot::base;
+    }
+    return true;
+}
+
+void put_product(const Node& n, bool flip, bool bare, Text& out);
+
+// A number read from a text keeps the text it was written with; that spares the
+// number writer for every untouched number of a long formula.
+void put_number(const Node& n, bool magnitude, Text& out) {
+    if (n.text.empty()) {
+        out += number_text(magnitude ? std::fabs(n.value) : n.value);
+    } else {
+        out.append(magnitude && n.text[0] == '-' ? n.text.substr(1) : n.text);
+    }
+}
+
+void put_in(const Node& n, Slot slot, Text& out) {
+    bool p = needs_parens(n, slot);
+    if (p) out += '(';
+    print(n, out);
+    if (p) out += ')';
+}
+
+// |n| for numbers and products, n otherwise (terms are stored that way).
+void put_magnitude(const Node& n, Text& out) {
+    if (n.kind == Kind::number)
+        put_number(n, true, out);
+    else if (n.kind == Kind::product)
+        put_product(n, n.value < 0, false, out);
+    else
+        put_in(n, Slot::term, out);
+}
+
+void put_sum(const Node& n, Text& out) {
+    auto subtracted = [&](std::size_t i) { return n.items[i].inverse != negative(n.items[i].node); };
+    std::size_t lead = 0;
+    while (lead < n.items.size() && subtracted(lead)) ++lead;
+    if (lead == n.items.size()) {  // every term subtracted: -(a+b+c)
+        out += "-(";
+        for (std::size_t i = 0; i < n.items.size(); ++i) {
+            if (i) out += '+';
+            put_magnitude(n.items[i].node, out);
+        }
+        out += ')';
+        return;
+    }
+    // An added term leads, so the text never starts with a sign before a + or -.
+    put_magnitude(n.items[lead].node, out);
+    for (std::size_t i = 0; i < n.items.size(); ++i) {
+        if (i == lead) continue;
+        out += subtracted(i) ? '-' : '+';
+        put_magnitude(n.items[i].node, out);
+    }
+}
+
+// Coefficient, multiplied factors, then the divisors: any run of * and / reads as the
+// product of its factors with their exponents +1 or -1, whatever the evaluator's cuts.
+void put_product(const Node& n, bool flip, bool bare, Text& out) {
+    bool minus = !bare && (n.value < 0) != flip;
+    double a = bare ? 1 : std::fabs(n.value);
+    bool has_mult = false;
+    for (const Item& f : n.items) has_mult |= !f.inverse;
+    if (minus) out += '-';
+    bool first = true;
+    if (a != 1 || !has_mult) {
+        out += number_text(a);
+        first = false;
+    }
+    for (const Item& f : n.items) {
+        if (f.inverse) continue;
+        if (!first) out += '*';
+        if (first && minus && f.node.kind == Kind::power) {
+            out += '(';  // -(x^2)*y, not (-x)^2*y
+            print(f.node, out);
+            out += ')';
+        } else {
+            put_in(f.node, Slot::factor, out);
+        }
+        first = false;
+    }
+    if (n.den != 1 && !bare) {
+        out += '/';
+        out += number_text(n.den);
+    }
+    for (const Item& f : n.items) {
+        if (!f.inverse) continue;
+        out += '/';
+        put_in(f.node, Slot::factor, out);
+    }
+}
+
+}  // namespace
+
+void print(const Node& n, Text& out) {
+    switch (n.kind) {
+        case Kind::number:
+            put_number(n, false, out);
+            return;
+        case Kind::atom:
+            out.append(n.text);
+            return;
+        case Kind::sum:
+            put_sum(n, out);
+            return;
+        case Kind::product:
+            put_product(n, false, false, out);
+            return;
+        case Kind::power:
+            put_in(n.items[0].node, Slot::base, out);
+            out += '^';
+            put_in(n.items[1].node, Slot::exponent, out);
+            return;
+    }
+}
+
+void print_bare(const Node& n, Text& out) {
+    if (n.kind == Kind::product)
+        put_product(n, false, true, out);
+    else
+        print(n, out);
+}
+
+}  // namespace detail
+
+// ---- public operations
+
+namespace {
+
+using detail::Item;
+using detail::Node;
+
+Text printed(const Node& n) {
+    Text out;
+    detail::print(n, out);
+    return out;
+}
+
+std::optional<Node> apply(Node x, char op, Node y) {
+    std::vector<Item> items;
+    switch (op) {
+        case '+':
+        case '-':
+            items.push_back({false, std::move(x)});
+            items.push_back({op == '-', std::move(y)});
+            return detail::make_sum(std::move(items));
+        case '*':
+        case '/':
+            items.push_back({false, std::move(x)});
+            items.push_back({op == '/', std::move(y)});
+            return detail::make_product(std::move(items));
+        case '^':
+            return detail::make_power(std::move(x), std::move(y));
+        default:
+            return std::nullopt;
+    }
+}
+
+bool is_zero(std::string_view t) {
+    double v = 1;
+    return is_number(t, &v) && v == 0;
 }
 
 }  // namespace
 
 bool is_number(std::string_view t, double* value) {
-    if (t.empty() || t.size() > 64) return false;
-    char buf[80];
-    std::memcpy(buf, t.data(), t.size());
-    buf[t.size()] = '\0';
-    for (char c : t)
-        if (!((c >= '0' && c <= '9') || c == '.' || c == 'e' || c == 'E' || c == '+' || c == '-')) return false;
-    char* end = nullptr;
-    double v = std::strtod(buf, &end);
-    if (end != buf + t.size() || !std::isfinite(v)) return false;
+    double v = 0;
+    bool yes = detail::read_number(t, &v);
     if (value) *value = v;
-    return true;
-}
-
-Text negate(std::string_view a) {
-    double v;
-    if (is_number(a, &v)) return number(-v);
-    if (a.size() > 1 && a.front() == '-' && atom(a.substr(1))) return Text(a.substr(1));
-    Text t("-");
-    t += wrap(a);
-    return t;
+    return yes;
 }
 
 Text combine(std::string_view a, char op, std::string_view b) {
-    double x, y;
-    if (is_number(a, &x) && is_number(b, &y)) {
-        double r = op == '+' ? x + y : op == '-' ? x - y : op == '*' ? x * y : op == '/' ? x / y : std::pow(x, y);
-        if (std::isfinite(r)) return number(r);
-    }
-    switch (op) {
-    case '+':
-        if (is(a, 0)) return Text(b);
-        if (is(b, 0)) return Text(a);
-        break;
-    case '-':
-        if (is(b, 0)) return Text(a);
-        if (is(a, 0)) return negate(b);
-        break;
-    case '*':
-        if (is(a, 0) || is(b, 0)) return Text("0");
-        if (is(a, 1)) return Text(b);
-        if (is(b, 1)) return Text(a);
-        break;
-    case '/':
-        if (is(b, 1)) return Text(a);
-        break;
-    case '^':
-        if (is(b, 1)) return Text(a);
-        if (is(b, 0)) return Text("1");
-        break;
-    }
-    Text t(op == '+' || op == '-' ? Text(a) : wrap(a));
-    t += op;
-    t += op == '+' ? Text(b) : wrap(b);
-    return t;
+    auto r = apply(detail::parse(a), op, detail::parse(b));
+    assert(r && "combine takes one of + - * / ^");
+    if (!r) return Text(">invalid_expression<");
+    return printed(*r);
 }
 
-std::optional<TextPair> combine_pair(const TextPair& a, char op, const TextPair& b) {
-    bool real = is(a.im, 0) && is(b.im, 0);
-    switch (op) {
-    case '+':
-    case '-': return TextPair{combine(a.re, op, b.re), combine(a.im, op, b.im)};
-    case '*':
-        if (real) return TextPair{combine(a.re, '*', b.re), Text("0")};
-        return TextPair{combine(combine(a.re, '*', b.re), '-', combine(a.im, '*', b.im)),
-                        combine(combine(a.re, '*', b.im), '+', combine(a.im, '*', b.re))};
-    case '/': {
-        if (is(b.im, 0)) return TextPair{combine(a.re, '/', b.re), combine(a.im, '/', b.re)};
-        Text den = combine(combine(b.re, '^', "2"), '+', combine(b.im, '^', "2"));
-        Text re = combine(combine(a.re, '*', b.re), '+', combine(a.im, '*', b.im));
-        Text im = combine(combine(a.im, '*', b.re), '-', combine(a.re, '*', b.im));
-        return TextPair{combine(re, '/', den), combine(im, '/', den)};
-    }
-    case '^': {
-        if (real) return TextPair{combine(a.re, '^', b.re), Text("0")};
-        double n;
-        if (!is(b.im, 0) || !is_number(b.re, &n) || n < 0 || n > 16 || n != std::floor(n)) return std::nullopt;
-        TextPair r{Text("1"), Text("0")};
-        for (int k = 0; k < static_cast<int>(n); ++k) r = *combine_pair(r, '*', a);
-        return r;
-    }
-    default: return std::nullopt;
-    }
-}
+Text negate(std::string_view a) { return printed(detail::negated(detail::parse(a))); }
 
 TextPair conjugate(const TextPair& a) { return {a.re, negate(a.im)}; }
+
+namespace {
+
+TextPair times(const TextPair& a, const TextPair& b) {
+    if (is_zero(a.im) && is_zero(b.im)) return {combine(a.re, '*', b.re), Text("0")};
+    return {combine(combine(a.re, '*', b.re), '-', combine(a.im, '*', b.im)),
+            combine(combine(a.re, '*', b.im), '+', combine(a.im, '*', b.re))};
+}
+
+// (a+bi)/(c+di) = ((ac+bd) + (bc-ad)i) / (c^2+d^2); with d = 0 simply a/c and b/c.
+TextPair divided(const TextPair& a, const TextPair& b) {
+    if (is_zero(b.im)) return {combine(a.re, '/', b.re), combine(a.im, '/', b.re)};
+    Text den = combine(combine(b.re, '^', "2"), '+', combine(b.im, '^', "2"));
+    Text re = combine(combine(a.re, '*', b.re), '+', combine(a.im, '*', b.im));
+    Text im = combine(combine(a.im, '*', b.re), '-', combine(a.re, '*', b.im));
+    return {combine(re, '/', den), combine(im, '/', den)};
+}
+
+Text number_text(double v) { return detail::number_text(v); }
+
+std::optional<TextPair> power(const TextPair& a, const TextPair& b) {
+    double n = 0;
+    bool integer = is_zero(b.im) && is_number(b.re, &n) && detail::is_integer(n) && std::fabs(n) <= 64;
+    if (is_zero(a.im) && is_zero(b.im)) return TextPair{combine(a.re, '^', b.re), Text("0")};
+    if (integer) {
+        // Square and multiply on the pair; a negative exponent divides 1 by the result.
+        TextPair result{Text("1"), Text("0")}, square = a;
+        for (auto k = static_cast<unsigned>(std::fabs(n)); k; k >>= 1) {
+            if (k & 1) result = times(result, square);
+            if (k > 1) square = times(square, square);
+        }
+        if (n < 0) result = divided(TextPair{Text("1"), Text("0")}, result);
+        return result;
+    }
+    double ar, ai, br, bi;
+    if (is_number(a.re, &ar) && is_number(a.im, &ai) && is_number(b.re, &br) && is_number(b.im, &bi)) {
+        auto r = std::pow(std::complex<double>(ar, ai), std::complex<double>(br, bi));
+        if (std::isfinite(r.real()) && std::isfinite(r.imag()))
+            return TextPair{number_text(r.real()), number_text(r.imag())};
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<TextPair> combine_pair(const TextPair& a, char op, const TextPair& b) {
+    switch (op) {
+        case '+':
+        case '-':
+            return TextPair{combine(a.re, op, b.re), combine(a.im, op, b.im)};
+        case '*':
+            return times(a, b);
+        case '/':
+            return divided(a, b);
+        case '^':
+            return power(a, b);
+        default:
+            return std::nullopt;
+    }
+}
 
 }  // namespace ostr::formula

@@ -90,6 +90,15 @@ Arbenv* copy_environment(const Arbenv* s, Arbenv* parent) {
     return env;
 }
 
+void free_environment_value(void* env) { free_environment(static_cast<Arbenv*>(env)); }
+
+void* copy_environment_value(void* value) {
+    auto* source = static_cast<const Arbenv*>(value);
+    Arbenv* env = copy_environment(source, source->parent);
+    if (env && source->placeholders) env->placeholders = std::make_unique<ObjectTable>();
+    return env;
+}
+
 void free_environment(Arbenv* env) noexcept {
     if (!env) return;
     clear_table(env->objects);

@@ -58,6 +58,11 @@ namespace ostr::obj {
 [[nodiscard]] Arbenv* copy_environment(const Arbenv* source, Arbenv* parent);
 void free_environment(Arbenv* env) noexcept;
 
+// The free and copy handlers of an environment as a typed-tree value
+// ("arbeval_environment"); a copy of a top-level environment is top level.
+void free_environment_value(void* env);
+void* copy_environment_value(void* env);
+
 // The seed of a new environment: minus the magnitude of ten times the clock
 // time in seconds, taken as a 32-bit integer.
 std::int32_t clock_seed(double seconds) noexcept;

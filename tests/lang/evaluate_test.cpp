@@ -78,18 +78,25 @@ TEST_F(Evaluate, InvalidInput) {
 }
 
 TEST_F(Evaluate, NamesAndFormulas) {
-    check_rows(*this, {{"2*x+1", "2*x+1"}, {"x", "x"}, {"-x", "-x"}, {"x-x", "x-x"}, {"pi", "3.14159265358979"},
-                       {"e", "2.71828182845905"}, {"x*0", "0"}, {"x^1", "x"}, {"(x+1)*2", "(x+1)*2"}});
+    check_rows(*this, {{"2*x+1", "2*x+1"}, {"x", "x"}, {"-x", "-x"}, {"x-x", "0"}, {"pi", "3.14159265358979"},
+                       {"e", "2.71828182845905"}, {"x*0", "0"}, {"x^1", "x"}, {"(x+1)*2", "2*(x+1)"}});
     set("x", "3");
     check_rows(*this, {{"2*x+1", "7"}, {"x^2", "9"}, {"-x", "-3"}});
     set("y", "2*z+1");
     check_rows(*this, {{"y", "2*z+1"}});
     set("z", "1");
-    check_rows(*this, {{"y*2", "(2*z+1)*2"}});
+    check_rows(*this, {{"y*2", "2*(2*z+1)"}});
+}
+
+TEST_F(Evaluate, StoredErrorsAndAbortsPoison) {
+    obj::store(env, obj::make_algebraic(">invalid_object<", "bad", env));
+    check_rows(*this, {{"bad", ">invalid_object<"}, {"bad+1", ">invalid_expression<"}, {"-bad", ">invalid_object<"}});
+    env->abort_text = Text("stop");
+    check_rows(*this, {{"1+1", ">evaluation_aborted<"}});
 }
 
 TEST_F(Evaluate, ComplexFormulasCollapse) {
-    check_rows(*this, {{"x+i", "x+i"}, {"(x+i)*0", "0"}, {"x*i", "x*i"}, {"x*i*i", "-x"}});
+    check_rows(*this, {{"x+i", "x+i"}, {"(x+i)*0", "0"}, {"x*i", "i*x"}, {"x*i*i", "-x"}});
 }
 
 TEST_F(Evaluate, Postfix) {

@@ -129,6 +129,19 @@ TEST(Environments, TopLevelDefaults) {
     EXPECT_EQ(GetSignificantDigits(nullptr), 0);
 }
 
+TEST(Environments, ValueHandlersCopyTopLevel) {
+    Arbenv* env = make_top_level();
+    store(env, make_algebraic("x+1", "f", env));
+    auto* copy = static_cast<Arbenv*>(copy_environment_value(env));
+    ASSERT_NE(copy, nullptr);
+    EXPECT_NE(copy->placeholders, nullptr);
+    EXPECT_EQ(text_value(find(copy, "f")), "x+1");
+    EXPECT_NE(find(copy, "f"), find(env, "f"));
+    EXPECT_EQ(find(copy, "f")->env, copy);
+    free_environment_value(env);
+    free_environment_value(copy);
+}
+
 TEST(Environments, ClockSeed) {
     EXPECT_EQ(clock_seed(0), 0);
     EXPECT_EQ(clock_seed(12.34), -123);

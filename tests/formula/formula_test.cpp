@@ -1,0 +1,203 @@
+// Known answers of the formula module: one row per rule, per parenthesisation case
+// and per deliberate quirk.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "lang/formula.hpp"
+
+namespace {
+
+using ostr::Text;
+namespace formula = ostr::formula;
+
+std::string str(const Text& t) { return std::string(t.data(), t.size()); }
+
+struct Row {
+    const char* a;
+    char op;
+    const char* b;
+    const char* expected;
+};
+
+const Row combine_rows[] = {
+    // numbers fold, also into the coefficient of a product and the constant of a sum
+    {"6", '*', "x", "6*x"},
+    {"2*x", '*', "3", "6*x"},
+    {"x+1", '+', "2", "x+3"},
+    {"2", '+', "x", "x+2"},
+    {"0.1", '+', "0.2", "0.3"},
+    {"2", '^', "10", "1024"},
+    {"x/3", '*', "6", "2*x"},
+    {"2*x", '/', "4", "x/2"},
+    {"x", '/', "3", "x/3"},
+    {"x", '/', "0.5", "2*x"},
+    // what must not fold: infinities, NaNs and non-real powers stay written
+    {"1", '/', "0", "1/0"},
+    {"0", '/', "0", "0/0"},
+    {"-8", '^', "0.5", "(-8)^0.5"},
+    {"x", '*', "1/0", "x/0"},
+    // neutral and absorbing elements
+    {"x", '+', "0", "x"},
+    {"0", '+', "x", "x"},
+    {"x", '-', "0", "x"},
+    {"x", '*', "1", "x"},
+    {"1", '*', "x", "x"},
+    {"x", '/', "1", "x"},
+    {"x", '^', "1", "x"},
+    {"x", '*', "0", "0"},
+    {"0", '*', "x", "0"},
+    {"0", '/', "x", "0"},
+    {"x", '^', "0", "1"},
+    {"1", '^', "x", "1"},
+    {"0", '-', "x", "-x"},
+    {"x", '-', "x", "0"},
+    {"x", '/', "x", "x/x"},  // not 1: x may be 0
+    // like terms and like factors
+    {"x", '+', "x", "2*x"},
+    {"2*x", '-', "x", "x"},
+    {"x*y", '-', "y*x", "0"},
+    {"y", '*', "x", "x*y"},
+    {"x", '*', "x", "x^2"},
+    {"x^2", '*', "x", "x^3"},
+    {"a/x", '/', "x", "a/x^2"},
+    {"(x^0.5)", '^', "2", "x"},
+    {"2*x", '^', "2", "4*x^2"},
+    {"x^y", '^', "2", "x^(2*y)"},
+    // parentheses exactly where the split rules need them
+    {"a", '-', "b-c", "a-b+c"},
+    {"a", '-', "b+c", "a-b-c"},
+    {"a", '/', "b*c", "a/b/c"},
+    {"a", '/', "b/c", "a*c/b"},
+    {"a^b", '^', "c", "(a^b)^c"},
+    {"a", '^', "b^c", "a^b^c"},
+    {"a+b", '*', "c", "c*(a+b)"},
+    {"a+b", '^', "2", "(a+b)^2"},
+    {"a*b", '^', "c", "(a*b)^c"},
+    {"a", '^', "b*c", "a^(b*c)"},
+    {"a", '^', "b+c", "a^(b+c)"},
+    {"-2", '^', "x", "(-2)^x"},
+    {"x", '^', "-2", "x^-2"},
+    {"2", '^', "-x", "2^(-x)"},
+    {"-x", '^', "0.5", "(-x)^0.5"},
+    {"x", '*', "y+1", "x*(y+1)"},
+    {"x", '*', "-2", "-2*x"},
+    {"x", '+', "-2", "x-2"},
+    {"x^2", '*', "-1", "-(x^2)"},
+    {"x^2*y", '*', "-1", "-(x^2)*y"},
+    {"x-1", '*', "-1", "1-x"},
+    {"-x", '-', "1", "-(x+1)"},
+    {"x", '*', "1-y", "x*(1-y)"},
+    // number texts with exponents are numbers, not differences
+    {"1.5E-7", '*', "x", "1.5E-7*x"},
+    {"x", '-', "1.5E-7", "x-1.5E-7"},
+    {"2.5E+6", '^', "x", "2.5E+6^x"},
+    {"x", '*', "1E+4", "1E+4*x"},
+    {"1E-3+1", '*', "x", "1.001*x"},
+    // operand texts are read as the evaluator reads them: a sign binds tighter than ^
+    {"-x^2", '+', "0", "x^2"},
+    {"2*-3^2", '+', "x", "x+18"},
+    {"-2^2", '*', "x", "4*x"},
+    {"(x)", '+', "(1)", "x+1"},
+    {"((x+1))", '*', "2", "2*(x+1)"},
+    {"a-b+c", '+', "0", "a-b+c"},
+    {"", '+', "x", "x"},
+    // conditions, postfix operands and calls are kept whole
+    {"x<2", '+', "1", "(x<2)+1"},
+    {"x!", '*', "2", "2*(x!)"},
+    {"x!", '*', "-1", "-(x!)"},
+    {"f(x+1)", '*', "2", "2*f(x+1)"},
+    {"[1,2]", '+', "x", "[1,2]+x"},
+};
+
+TEST(Formula, CombineTable) {
+    for (const Row& r : combine_rows)
+        EXPECT_EQ(str(formula::combine(r.a, r.op, r.b)), r.expected) << r.a << ' ' << r.op << ' ' << r.b;
+}
+
+TEST(Formula, NegateTable) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"x", "-x"},         {"-x", "x"},           {"x^2", "-(x^2)"}, {"x+1", "-(x+1)"},
+        {"x-1", "1-x"},      {"2*x", "-2*x"},       {"0", "0"},        {"1.5E-7", "-1.5E-7"},
+        {"-2^2", "-4"},      {"x^2*y", "-(x^2)*y"}, {"1/x", "-1/x"},   {"-(x+y)", "x+y"},
+    };
+    for (auto [a, expected] : rows) EXPECT_EQ(str(formula::negate(a)), expected) << a;
+}
+
+struct PairRow {
+    const char *ar, *ai;
+    char op;
+    const char *br, *bi;
+    const char *re, *im;  // nullptr: no result
+};
+
+const PairRow pair_rows[] = {
+    {"x", "0", '*', "2", "0", "2*x", "0"},
+    {"x", "0", '*', "0", "1", "0", "x"},
+    {"x", "y", '*', "x", "-y", "x^2+y^2", "0"},
+    {"x", "y", '+', "1", "0", "x+1", "y"},
+    {"x", "y", '-', "x", "1", "0", "y-1"},
+    {"x", "y", '/', "2", "0", "x/2", "y/2"},
+    {"1", "0", '/', "0", "1", "0", "-1"},
+    {"x", "y", '^', "2", "0", "x^2-y^2", "2*x*y"},
+    {"x", "y", '^', "-1", "0", "x/(x^2+y^2)", "-y/(x^2+y^2)"},
+    {"x", "0", '^', "y", "0", "x^y", "0"},
+    {"0", "1", '^', "2", "0", "-1", "0"},
+    {"-1", "0", '^', "0.5", "0", "(-1)^0.5", "0"},
+    {"x", "y", '^', "0.5", "0", nullptr, nullptr},
+    {"x", "y", '^', "z", "0", nullptr, nullptr},
+    {"x", "0", '^', "0", "1", nullptr, nullptr},
+    {"x", "y", '%', "1", "0", nullptr, nullptr},
+};
+
+TEST(Formula, PairTable) {
+    for (const PairRow& r : pair_rows) {
+        auto got = formula::combine_pair({Text(r.ar), Text(r.ai)}, r.op, {Text(r.br), Text(r.bi)});
+        std::string row = std::string(r.ar) + "," + r.ai + " " + r.op + " " + r.br + "," + r.bi;
+        if (!r.re) {
+            EXPECT_FALSE(got) << row;
+            continue;
+        }
+        ASSERT_TRUE(got) << row;
+        EXPECT_EQ(str(got->re), r.re) << row;
+        EXPECT_EQ(str(got->im), r.im) << row;
+    }
+    auto c = formula::conjugate({Text("x"), Text("y-1")});
+    EXPECT_EQ(str(c.re), "x");
+    EXPECT_EQ(str(c.im), "1-y");
+}
+
+TEST(Formula, IsNumber) {
+    double v = 0;
+    EXPECT_TRUE(formula::is_number("1.5E-7", &v));
+    EXPECT_EQ(v, 1.5e-7);
+    EXPECT_TRUE(formula::is_number("0b101", &v));
+    EXPECT_EQ(v, 5);
+    EXPECT_TRUE(formula::is_number("-2"));
+    for (const char* t : {"x", "inf", "nan", "1e999", "12abc", "", "1-2"}) EXPECT_FALSE(formula::is_number(t)) << t;
+}
+
+// Sums built one term at a time, as the evaluator builds them, and one long text read
+// whole: each call is linear in the text.
+TEST(Formula, LongSums) {
+    Text s("0");
+    for (int k = 1; k <= 300; ++k) s = formula::combine(s, '+', ("x^" + std::to_string(k)).c_str());
+    EXPECT_EQ(str(s.substr(0, 12)), "x+x^2+x^3+x^");
+    EXPECT_EQ(str(formula::combine(s, '*', "2").substr(0, 12)), "2*(x+x^2+x^3");
+    std::string big = "y";
+    for (int k = 1; k <= 20000; ++k) {
+        std::string n = std::to_string(k);
+        big.append("+").append(n).append("*x^").append(n);
+    }
+    EXPECT_EQ(str(formula::combine(big.c_str(), '-', big.c_str())), "0");
+    Text minus = formula::negate(big.c_str());
+    EXPECT_EQ(str(minus.substr(0, 10)), "-(y+x+2*x^");
+    EXPECT_EQ(str(formula::negate(minus)), str(formula::combine(big.c_str(), '+', "0")));
+}
+
+TEST(Formula, MalformedTextsAreKeptWhole) {
+    EXPECT_EQ(str(formula::combine("(x+1", '+', "1")), "((x+1)+1");
+    EXPECT_EQ(str(formula::combine("x+1]", '*', "2")), "2*(x+1])");
+}
+
+}  // namespace

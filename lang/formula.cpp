@@ -3,7 +3,6 @@
 // the constructors and prints it.
 #include "lang/formula.hpp"
 
-#include <cassert>
 #include <algorithm>
 #include <cmath>
 #include <complex>
@@ -59,12 +58,14 @@ struct LikeTerms {
 // One group of like factors: the same base on the same side of the fraction bar.
 struct LikeFactors {
     Item first;
-    Node base;
     double exponent = 0;
     int count = 0;
-    int rank = 0;  // names and powers before bracketed factors, numbers last
-    std::string_view key;
 };
+
+// A factor as base^exponent with a numeric exponent (1 when it is not a power).
+bool numeric_exponent(const Node& f) {
+    return f.kind == Kind::power && f.items[1].node.kind == Kind::number;
+}
 
 bool all_subtracted(const Node& n) {
     if (n.kind != Kind::sum) return false;
@@ -73,9 +74,8 @@ bool all_subtracted(const Node& n) {
     return true;
 }
 
-// Collects like factors into one power (x*x -> x^2, a/x/x^2 -> a/x^3), takes the sign
-// of a factor like -(a+b) into the coefficient, and puts the factors in a fixed order
-// (by their text), so that x*y and y*x are recognised as like terms of a sum.
+// Collects like factors into one power (x*x -> x^2, a/x/x^2 -> a/x^3) and takes the
+// sign of a factor like -(a+b) into the coefficient.
 std::vector<Item> merged_factors(std::vector<Item> kept, double& num, double& den) {
     std::vector<LikeFactors> groups;
     std::vector<Text> keys;
@@ -87,14 +87,13 @@ std::vector<Item> merged_factors(std::vector<Item> kept, double& num, double& de
             num = -num;
         }
         if (f.node.kind == Kind::number) {
-            groups.push_back({std::move(f), Node{}, 0, 1, 3, {}});
+            groups.push_back({std::move(f), 0, 1});
             continue;
         }
-        bool numeric_exponent = f.node.kind == Kind::power && f.node.items[1].node.kind == Kind::number;
-        const Node& base = numeric_exponent ? f.node.items[0].node : f.node;
-        double e = numeric_exponent ? f.node.items[1].node.value : 1;
+        bool powered = numeric_exponent(f.node);
+        double e = powered ? f.node.items[1].node.value : 1;
         Text key(f.inverse ? "/" : "*");
-        print(base, key);
+        print(powered ? f.node.items[0].node : f.node, key);
         keys.push_back(std::move(key));
         auto [at, fresh] = index.try_emplace(std::string_view(keys.back()), groups.size());
         if (!fresh) {
@@ -102,14 +101,8 @@ std::vector<Item> merged_factors(std::vector<Item> kept, double& num, double& de
             ++groups[at->second].count;
             continue;
         }
-        int rank = base.kind == Kind::atom && !base.opaque ? 0 : base.kind == Kind::power ? 1 : 2;
-        Node b = base;
-        groups.push_back({std::move(f), std::move(b), e, 1, rank, at->first.substr(1)});
+        groups.push_back({std::move(f), e, 1});
     }
-    std::stable_sort(groups.begin(), groups.end(), [](const LikeFactors& x, const LikeFactors& y) {
-        if (x.rank != y.rank) return x.rank < y.rank;
-        return x.rank != 3 && x.key < y.key;
-    });
     std::vector<Item> out;
     out.reserve(groups.size());
     for (LikeFactors& g : groups) {
@@ -117,22 +110,76 @@ std::vector<Item> merged_factors(std::vector<Item> kept, double& num, double& de
             out.push_back(std::move(g.first));
             continue;
         }
-        Node p = make_power(std::move(g.base), number(g.exponent));
+        Node& f = g.first.node;
+        Node p = make_power(numeric_exponent(f) ? std::move(f.items[0].node) : std::move(f), number(g.exponent));
         bool inverse = g.first.inverse;
-        double& c = inverse ? den : num;
-        if (p.kind == Kind::number && std::isfinite(c * p.value) && c * p.value != 0) {
-            c *= p.value;
-        } else if (p.kind == Kind::number) {
-            out.push_back({inverse, std::move(p)});
-        } else if (p.kind == Kind::product) {
-            (inverse ? den : num) *= p.value;
-            (inverse ? num : den) *= p.den;
+        double up = (inverse ? den : num) * p.value, down = (inverse ? num : den) * p.den;
+        bool folds = std::isfinite(up) && std::isfinite(down) && up != 0 && down != 0;
+        if (folds && p.kind == Kind::number) {
+            (inverse ? den : num) = up;
+        } else if (folds && p.kind == Kind::product) {
+            (inverse ? den : num) = up;
+            (inverse ? num : den) = down;
             for (Item& s : p.items) out.push_back({s.inverse != inverse, std::move(s.node)});
         } else {
             out.push_back({inverse, std::move(p)});
         }
     }
     return out;
+}
+
+bool has_subtracted(const Node& sum) {
+    return std::any_of(sum.items.begin(), sum.items.end(),
+                       [](const Item& t) { return t.inverse != negative(t.node); });
+}
+
+// The last step of every product: -(a-b)*c is written (b-a)*c (a lone minus goes into a
+// factor that has a subtracted term), and the factors take a fixed order, names and
+// powers of names first, then bracketed factors, each by their text, numbers last, so
+// that x*y and y*x are recognised as like terms of a sum.
+void settle(Node& p) {
+    if (p.value == -1) {
+        for (Item& f : p.items) {
+            if (!f.inverse && f.node.kind == Kind::sum && has_subtracted(f.node)) {
+                f.node = negated(std::move(f.node));
+                p.value = 1;
+                break;
+            }
+        }
+    }
+    struct Keyed {
+        int rank;
+        Text key;
+        Item item;
+    };
+    std::vector<Keyed> keyed;
+    keyed.reserve(p.items.size());
+    for (Item& f : p.items) {
+        const Node& base = numeric_exponent(f.node) ? f.node.items[0].node : f.node;
+        int rank = base.kind == Kind::atom && !base.opaque ? 0 : base.kind == Kind::power ? 1 : 2;
+        if (f.node.kind == Kind::number) rank = 3;
+        Text key;
+        if (rank != 3) print(base, key);
+        keyed.push_back({rank, std::move(key), std::move(f)});
+    }
+    std::stable_sort(keyed.begin(), keyed.end(), [](const Keyed& x, const Keyed& y) {
+        return x.rank != y.rank ? x.rank < y.rank : x.key < y.key;
+    });
+    for (std::size_t i = 0; i < keyed.size(); ++i) p.items[i] = std::move(keyed[i].item);
+}
+
+// The terms of nested sums, each with its sign in the whole.
+std::vector<Item> flattened(std::vector<Item> terms) {
+    std::vector<Item> flat;
+    flat.reserve(terms.size());
+    for (Item& t : terms) {
+        if (t.node.kind != Kind::sum) {
+            flat.push_back(std::move(t));
+            continue;
+        }
+        for (Item& s : t.node.items) flat.push_back({s.inverse != t.inverse, std::move(s.node)});
+    }
+    return flat;
 }
 
 }  // namespace
@@ -152,6 +199,7 @@ Node negated(Node n) {
             return n;
         case Kind::product:
             n.value = -n.value;
+            settle(n);
             return n;
         default: {
             Node p;
@@ -167,15 +215,7 @@ Node negated(Node n) {
 // (equal apart from the numeric coefficient) collected; a zero coefficient removes the
 // term. Terms keep the order of their first appearance.
 Node make_sum(std::vector<Item> terms) {
-    std::vector<Item> flat;
-    flat.reserve(terms.size());
-    for (Item& t : terms) {
-        if (t.node.kind == Kind::sum) {
-            for (Item& s : t.node.items) flat.push_back({s.inverse != t.inverse, std::move(s.node)});
-        } else {
-            flat.push_back(std::move(t));
-        }
-    }
+    std::vector<Item> flat = flattened(std::move(terms));
     std::vector<Item> numbers;
     std::vector<LikeTerms> groups;
     groups.reserve(flat.size());
@@ -195,9 +235,10 @@ Node make_sum(std::vector<Item> terms) {
             keys.emplace_back();
             print_bare(t.node, keys.back());
             auto [at, fresh] = index.try_emplace(std::string_view(keys.back()), groups.size());
-            if (!fresh) {
-                groups[at->second].coefficient += c;
-                ++groups[at->second].count;
+            LikeTerms* g = fresh ? nullptr : &groups[at->second];
+            if (g && std::isfinite(g->coefficient + c)) {  // an overflow stays a term of its own
+                g->coefficient += c;
+                ++g->count;
                 continue;
             }
         }
@@ -208,7 +249,7 @@ Node make_sum(std::vector<Item> terms) {
     for (LikeTerms& g : groups) {
         if (g.count == 1) {
             out.push_back(std::move(g.first));
-        } else if (g.coefficient != 0 && std::isfinite(g.coefficient)) {
+        } else if (g.coefficient != 0) {
             out.push_back(canonical({false, with_coefficient(g.coefficient, std::move(g.first.node))}));
         }
     }
@@ -252,7 +293,11 @@ Node make_product(std::vector<Item> factors) {
         } else if (n.kind == Kind::product) {
             if (!fold(n.value, f.inverse)) kept.push_back({f.inverse, number(n.value)});
             if (!fold(n.den, !f.inverse)) kept.push_back({!f.inverse, number(n.den)});
-            for (Item& s : n.items) kept.push_back({s.inverse != f.inverse, std::move(s.node)});
+            for (Item& s : n.items) {
+                bool inverse = s.inverse != f.inverse;  // a zero divisor may now multiply
+                if (s.node.kind != Kind::number || !fold(s.node.value, inverse))
+                    kept.push_back({inverse, std::move(s.node)});
+            }
         } else {
             kept.push_back(std::move(f));
         }
@@ -262,6 +307,7 @@ Node make_product(std::vector<Item> factors) {
         den = -den;
         num = -num;
     }
+
     bool loose_numbers = false;
     for (const Item& f : kept) loose_numbers |= f.node.kind == Kind::number;
     if (num == 0 && !loose_numbers) return number(0);
@@ -291,6 +337,7 @@ Node make_product(std::vector<Item> factors) {
     p.value = num;
     p.den = den;
     p.items = std::move(kept);
+    settle(p);
     return p;
 }
 
@@ -528,7 +575,6 @@ bool is_number(std::string_view t, double* value) {
 
 Text combine(std::string_view a, char op, std::string_view b) {
     auto r = apply(detail::parse(a), op, detail::parse(b));
-    assert(r && "combine takes one of + - * / ^");
     if (!r) return Text(">invalid_expression<");
     return printed(*r);
 }

@@ -33,9 +33,11 @@ void mem_free(void* block) noexcept {
 }
 
 void wipe(void* p, std::size_t n) noexcept {
-    // Volatile stores cannot be removed as dead writes before the free.
-    auto* v = static_cast<volatile unsigned char*>(p);
-    for (std::size_t i = 0; i < n; ++i) v[i] = 0;
+    if (!p || n == 0) return;
+    std::memset(p, 0, n);
+    // The empty asm claims to read the block through p, so the compiler must
+    // keep the memset although the block is released right afterwards.
+    __asm__ __volatile__("" : : "r"(p) : "memory");
 }
 
 void free_text(char* text) noexcept {

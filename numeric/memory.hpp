@@ -63,7 +63,32 @@ struct WipingAllocator {
     bool operator==(const WipingAllocator<U>&) const noexcept { return true; }
 };
 
-// The working string of the core: a std::string whose heap buffers are wiped.
-using Text = std::basic_string<char, std::char_traits<char>, WipingAllocator<char>>;
+using WipedString = std::basic_string<char, std::char_traits<char>, WipingAllocator<char>>;
+
+// The working string of the core: a std::string whose buffers are all wiped.
+// Heap buffers are wiped by the allocator; a short text lives inside the
+// string object itself (which may sit in a heap block such as a vector or a
+// map node), so the destructor wipes that inline buffer too — whole, since a
+// string moved from keeps its old characters behind the new terminator.
+class Text : public WipedString {
+public:
+    using WipedString::WipedString;
+    Text() noexcept = default;
+    Text(const WipedString& s) : WipedString(s) {}
+    Text(WipedString&& s) noexcept : WipedString(std::move(s)) {}
+    Text(const Text&) = default;
+    Text(Text&&) noexcept = default;
+    Text& operator=(const Text&) = default;
+    Text& operator=(Text&&) noexcept = default;
+    using WipedString::operator=;
+    ~Text() { wipe_inline(); }
+
+private:
+    void wipe_inline() noexcept {
+        auto* self = reinterpret_cast<const char*>(this);
+        const char* d = data();
+        if (d >= self && d < self + sizeof(*this)) wipe(const_cast<char*>(d), capacity() + 1);
+    }
+};
 
 }  // namespace ostr

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <new>
+#include <string_view>
 
 #include "numeric/memory.hpp"
 #include "ostravine/core.h"
@@ -49,6 +51,23 @@ TEST(Memory, CountingAllocatorSeesLeaksAndInjectsFailure) {
     FreeString(a);
     EXPECT_EQ(counter.live(), 0);
     EXPECT_EQ(StrDup(nullptr), nullptr);
+}
+
+}  // namespace
+
+namespace {
+
+// A short text sits inside the string object; when that object lives in a
+// heap block its characters must be gone before the block is released —
+// also after a move, which leaves the old characters behind the terminator.
+TEST(Memory, ShortTextsInsideHeapObjectsAreWiped) {
+    alignas(ostr::Text) unsigned char raw[sizeof(ostr::Text)];
+    auto* t = new (raw) ostr::Text("pin 4711");
+    ostr::Text moved(std::move(*t));
+    t->~Text();
+    const std::string_view bytes(reinterpret_cast<const char*>(raw), sizeof raw);
+    EXPECT_EQ(bytes.find("4711"), std::string_view::npos) << "inline buffer not wiped";
+    EXPECT_EQ(moved, "pin 4711");
 }
 
 }  // namespace

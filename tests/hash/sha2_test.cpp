@@ -1,0 +1,80 @@
+// SHA-512 and SHA-256: FIPS 180-4 examples, hashlib digests of every length
+// from 0 to 300 bytes and around the block boundaries, one million "a".
+#include <gtest/gtest.h>
+
+#include "helpers.hpp"
+#include "numeric/sha2.hpp"
+#include "ostravine/hash.h"
+#include "support/counting_alloc.hpp"
+
+namespace {
+
+using namespace ostr::test;
+
+TEST(Sha2, FipsExamples) {
+    EXPECT_EQ(take(SHA512("abc")),
+              "ddaf35a193617abacc417349ae20413112e6fa4e89a97ea20a9eeee64b55d39a"
+              "2192992a274fc1a836ba3c23a3feebbd454d4423643ce80e2a9ac94fa54ca49f");
+    EXPECT_EQ(take(SHA512("abcdefghbcdefghicdefghijdefghijkefghijklfghijklmghijklmnhijklmnoijklmnopjklmnopq"
+                          "klmnopqrlmnopqrsmnopqrstnopqrstu")),
+              "8e959b75dae313da8cf4f72814fc143f8f7779c6eb9f7fa17299aeadb6889018"
+              "501d289e4900f7e4331b99dec4b5433ac7d329eeb6dd26545e96e55b874be909");
+    EXPECT_EQ(take(SHA512("")),
+              "cf83e1357eefb8bdf1542850d66d8007d620e4050b5715dc83f4a921d36ce9ce"
+              "47d0d13c5d85f2b0ff8318d2877eec2f63b931bd47417a81a538327af927da3e");
+    EXPECT_EQ(take(SHA256("abc")), "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
+    EXPECT_EQ(take(SHA256("abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq")),
+              "248d6a61d20638b8e5c026930c3e6039a33ce45964ff2167f6ecedd419db06c1");
+    const std::string million(1000000, 'a');
+    EXPECT_EQ(take(SHA512FromByteArray(bytes(million), million.size())),
+              "e718483d0ce769644e2e42c7bc15b4638e1f98b13b2044285632a803afa973eb"
+              "de0ff244877ea60a4cb0432ce577c31beb009c5c2c49aa2e4eadb217ad8cc09b");
+    EXPECT_EQ(take(SHA256(million.c_str())), "cdc76e5c9914fb9281a1c7e284d73e67f1809a48a497200e046d39ccc7112cd0");
+}
+
+// Every length 0..300 and the padding edges (a length field that still
+// fits the last block, or forces one more) against Python's hashlib.
+TEST(Sha2, AgreesWithHashlibAtEveryLength) {
+    const auto rows = read_rows("sha2.txt");
+    ASSERT_GT(rows.size(), 330u);
+    for (const auto& r : rows) {
+        const std::size_t n = std::stoul(r[0]);
+        std::string m(n, r[1] == "1" ? 'a' : '\xff');
+        if (r[1] == "0")
+            for (std::size_t j = 0; j < n; ++j) m[j] = static_cast<char>((j * 167 + n * 13 + 7) & 255);
+        SCOPED_TRACE("length " + r[0] + " pattern " + r[1]);
+        EXPECT_EQ(take(SHA512FromByteArray(bytes(m), n)), r[2]);
+        EXPECT_EQ(ostr::hash::sha256_hex({bytes(m), n}).get(), r[3]);  // no byte-block form in the C face
+    }
+}
+
+TEST(Sha2, AbsentInputAndBase64Form) {
+    EXPECT_EQ(SHA512(nullptr), nullptr);
+    EXPECT_EQ(SHA512FromByteArray(nullptr, 3), nullptr);
+    EXPECT_EQ(take(SHA512FromByteArray(nullptr, 0)), take(SHA512("")));
+    // The digest bytes of "abc" by hashlib, then base64.b64encode / urlsafe.
+    EXPECT_EQ(take(SHA512Base64("abc", "+/", '=')),
+              "3a81oZNherrMQXNJriBBMRLm+k6JqX6iCp7u5ktV05ohkpkqJ0/BqDa6PCOj/uu9RU1EI2Q86A4qmslPpUyknw==");
+    EXPECT_EQ(take(SHA512Base64("abc", "-_", '\0')),
+              "3a81oZNherrMQXNJriBBMRLm-k6JqX6iCp7u5ktV05ohkpkqJ0_BqDa6PCOj_uu9RU1EI2Q86A4qmslPpUyknw");
+    EXPECT_EQ(SHA512Base64("abc", "+", '='), nullptr);
+}
+
+// Running out of memory at any allocation gives no text and leaks nothing.
+TEST(Sha2, OutOfMemoryAtEveryStep) {
+    for (long k = 0;; ++k) {
+        ostr::test::CountingAlloc counter;
+        counter.fail_after(k);
+        std::int32_t state = -1;
+        char* texts[] = {SHA512("abc"), SaltedHash("pw", &state), Base64Encoding(bytes("abc"), 3)};
+        bool all = true;
+        for (char* t : texts) {
+            all = all && t;
+            FreeString(t);
+        }
+        EXPECT_EQ(counter.live(), 0) << k;
+        if (all) break;
+    }
+}
+
+}  // namespace

@@ -97,8 +97,8 @@ struct StringArrayValue {
         for (std::size_t i = 0; i < texts.size(); ++i) a[i] = texts[i].release();
         return a;
     }
-    static void* copy(const void* v) noexcept { return copy_string_vector(static_cast<char* const*>(v)); }
-    static void free(void* v) noexcept { free_string_vector(static_cast<char**>(v)); }
+    static void* copy(const void* v) noexcept { return CopyStringVector(static_cast<char* const*>(v)); }
+    static void free(void* v) noexcept { FreeStringVector(static_cast<char**>(v)); }
 };
 
 // The vector writer and reader disagree on purpose; keep it. The writer
@@ -118,15 +118,15 @@ struct VectorValue {
         in.get_i32(n);
         const std::uint64_t bytes = static_cast<std::uint64_t>(n) * sizeof(double);
         if (n < 0 || !in.can_hold(bytes)) return nullptr;
-        double* v = new_vector(n);
-        if (v && n > 0 && !in.get(v + 1, bytes)) {
-            free_vector(v);
+        double* v = Vector(n);
+        if (!v || count_of(v[0]) != n || (n > 0 && !in.get(v + 1, bytes))) {  // the library's fallback or a short file
+            FreeVector(v);
             return nullptr;
         }
         return v;
     }
-    static void* copy(const void* v) noexcept { return copy_vector(static_cast<const double*>(v)); }
-    static void free(void* v) noexcept { free_vector(static_cast<double*>(v)); }
+    static void* copy(const void* v) noexcept { return CopyVector(static_cast<const double*>(v)); }
+    static void free(void* v) noexcept { FreeVector(v); }
 };
 
 struct MatrixValue {
@@ -150,17 +150,16 @@ struct MatrixValue {
         in.get_i32(cols);
         const std::uint64_t bytes = static_cast<std::uint64_t>(rows) * static_cast<std::uint64_t>(cols) * 8;
         if (rows < 0 || cols < 0 || !in.can_hold(bytes) || (bytes == 0 && rows > max_empty_rows)) return nullptr;
-        double** m = new_matrix(rows, cols);
-        for (std::int32_t i = 1; m && i <= rows && cols > 0; ++i) {
-            if (!in.get(m[i] + 1, static_cast<std::size_t>(cols) * sizeof(double))) {
-                free_matrix(m);
-                return nullptr;
-            }
-        }
-        return m;
+        double** m = Matrix(rows, cols);
+        bool ok = m && m[0] && count_of(m[0][0]) == rows && (rows == 0 || count_of(m[1][0]) == cols);  // not the fallback
+        for (std::int32_t i = 1; ok && i <= rows && cols > 0; ++i)
+            ok = in.get(m[i] + 1, static_cast<std::size_t>(cols) * sizeof(double));
+        if (ok) return m;
+        FreeMatrix(m);
+        return nullptr;
     }
-    static void* copy(const void* v) noexcept { return copy_matrix(static_cast<double**>(const_cast<void*>(v))); }
-    static void free(void* v) noexcept { free_matrix(static_cast<double**>(v)); }
+    static void* copy(const void* v) noexcept { return CopyMatrix(static_cast<double**>(const_cast<void*>(v))); }
+    static void free(void* v) noexcept { FreeMatrix(static_cast<double**>(v)); }
 };
 
 struct ArbTreeValue {

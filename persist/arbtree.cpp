@@ -156,13 +156,14 @@ ArbTree* copy_tree(const ArbTree* tree) noexcept {
 void write_tree(const ArbTree* tree, ArbNode* node, Stream& out) {
     ArbNode* start = node ? node : tree->root;
     if (start == tree->root) out.put_u32(static_cast<std::uint32_t>(tree->count));
+    TypeCache types;
     rb::preorder(start, [&](ArbNode* n) {
         const char* type = n->entry ? n->entry->type : "null";
         void* value = n->entry ? n->entry->value : nullptr;
         if (!value && (!type || std::strcmp(type, "null") != 0)) return false;
         write_text(out, n->key);
         write_text(out, type);
-        const ArbType* t = type ? find_type(type) : nullptr;
+        const ArbType* t = types.find(type);
         if (t && t->write) t->write(value, out.raw(), out.mode());
         out.put_u32(static_cast<std::uint32_t>(n->color));
         return true;
@@ -172,11 +173,11 @@ void write_tree(const ArbTree* tree, ArbNode* node, Stream& out) {
 // One node: key, type name, value (when the type is known and readable;
 // otherwise the entry is none and the value's bytes are misread by what
 // follows), colour. nullptr at the end of the data.
-ArbNode* read_node(Stream& in, Text& key, Text& type) {
+ArbNode* read_node(Stream& in, Text& key, Text& type, TypeCache& types) {
     if (!read_text(in, key)) return nullptr;
     read_text(in, type);
     ArbValue* entry = nullptr;
-    const ArbType* t = find_type(type.c_str());
+    const ArbType* t = types.find(type.c_str());
     if (t && t->read) {
         void* value = t->read(in.raw(), in.mode());
         entry = make_entry(value, type);
@@ -201,7 +202,8 @@ ArbTree* read_tree(Stream& in) {
     std::uint32_t count = 0;
     in.get_u32(count);
     Text key, type;
-    rb::rebuild(*tree, count, [&] { return read_node(in, key, type); }, [](ArbValue* e) { free_entry(e, nullptr); });
+    TypeCache types;
+    rb::rebuild(*tree, count, [&] { return read_node(in, key, type, types); }, [](ArbValue* e) { free_entry(e, nullptr); });
     return tree;
 }
 

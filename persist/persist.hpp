@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "numeric/memory.hpp"
@@ -13,6 +14,25 @@ namespace ostr::persist {
 
 // The record of a registered type, or nullptr. Builds the map on first use.
 const ArbType* find_type(const char* name) noexcept;
+
+// Remembers the last lookup: the nodes of a tree mostly share few types.
+class TypeCache {
+public:
+    const ArbType* find(const char* name) {
+        if (!name) return nullptr;
+        if (!valid_ || last_ != name) {
+            last_ = name;
+            record_ = find_type(name);
+            valid_ = true;
+        }
+        return record_;
+    }
+
+private:
+    std::string last_;
+    const ArbType* record_ = nullptr;
+    bool valid_ = false;
+};
 
 // An entry and its type name in one block.
 [[nodiscard]] ArbValue* make_entry(void* value, std::string_view type) noexcept;

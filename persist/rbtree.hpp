@@ -320,32 +320,36 @@ void rebuild(T& tree, std::uint64_t count, Read read, R release_payload) {
     for (std::uint64_t i = 0; i < count; ++i) {
         N* x = read();
         if (!x) break;
-        N* l = make_leaf<N>(x);
-        N* r = l ? make_leaf<N>(x) : nullptr;
+        N* r = make_leaf<N>(x);
         if (!r) {
-            mem_free(l);
             release_payload(payload(x));
             release(x);
             break;
         }
-        x->left = l;
-        x->right = r;
-        if (path.empty()) {
-            if (tree.root) release(tree.root);
-            tree.root = x;
-            x->parent = nullptr;
-        } else {
+        // The leaf that x replaces becomes x's left leaf.
+        N* parent = nullptr;
+        N** slot = &tree.root;
+        if (!path.empty()) {
             N* popped = nullptr;
             while (!path.empty() && std::strcmp(x->key, path.back()->key) > 0) {
                 popped = path.back();
                 path.pop_back();
             }
-            N* parent = popped ? popped : path.back();
-            N*& slot = popped ? parent->right : parent->left;
-            release(slot);
-            slot = x;
-            x->parent = parent;
+            parent = popped ? popped : path.back();
+            slot = popped ? &parent->right : &parent->left;
         }
+        N* l = *slot ? *slot : make_leaf<N>(x);
+        if (!l) {
+            release(r);
+            release_payload(payload(x));
+            release(x);
+            break;
+        }
+        l->parent = x;
+        x->left = l;
+        x->right = r;
+        x->parent = parent;
+        *slot = x;
         path.push_back(x);
         ++tree.count;
     }

@@ -39,8 +39,12 @@ public:
     // Takes n bytes only when all of them are there; otherwise consumes
     // nothing and leaves dest as it was.
     bool get(void* dest, std::size_t n) noexcept {
-        if (!file_) return mem_get(mem(), dest, n);
-        return file_get(dest, n);
+        if (file_) return file_get(dest, n);
+        MemFile* m = mem();
+        if (n > mem_remaining(m)) return false;
+        std::memcpy(dest, m->data + m->position, n);
+        m->position += static_cast<std::uint32_t>(n);
+        return true;
     }
     bool get_u32(std::uint32_t& v) noexcept { return get(&v, 4); }
     bool get_i32(std::int32_t& v) noexcept { return get(&v, 4); }
@@ -59,10 +63,17 @@ private:
     std::FILE* file() const noexcept { return static_cast<std::FILE*>(p_); }
     void put_field(const void* bytes, std::size_t n, Growth rule) noexcept {
         if (n == 0) return;
-        if (file_)
+        if (file_) {
             std::fwrite(bytes, 1, n, file());
-        else
-            mem_put(mem(), bytes, n, rule);
+            return;
+        }
+        MemFile* m = mem();
+        if (n > mem_remaining(m)) {
+            mem_put(m, bytes, n, rule);  // grows first
+            return;
+        }
+        std::memcpy(m->data + m->position, bytes, n);
+        m->position += static_cast<std::uint32_t>(n);
     }
     bool file_get(void* dest, std::size_t n) noexcept;
 

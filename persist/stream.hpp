@@ -1,0 +1,84 @@
+// The one stream interface of the serialisers. Every exported serialiser
+// takes (void* stream, mode): mode 1 is a FILE*, anything else a MemFile*.
+// Stream hides that switch so each value writer and reader is written once.
+#pragma once
+
+#include <bit>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+
+#include "ostravine/persist.h"
+#include "persist/memfile.hpp"
+
+namespace ostr::persist {
+
+// The encoding is little-endian; fields are copied as they lie in memory.
+static_assert(std::endian::native == std::endian::little, "the stream encoding assumes a little-endian host");
+
+class Stream {
+public:
+    Stream(void* stream, std::int32_t mode) noexcept : p_(stream), file_(mode == 1) {}
+    explicit operator bool() const noexcept { return p_ != nullptr; }
+    // What the C value handlers take: the stream pointer and its mode.
+    void* raw() const noexcept { return p_; }
+    std::int32_t mode() const noexcept { return file_ ? 1 : 0; }
+
+    // Fixed-width fields, grown by the given rule in a memory stream.
+    void put_u32(std::uint32_t v, Growth rule = Growth::twice_plus_8) noexcept { put_field(&v, 4, rule); }
+    void put_i32(std::int32_t v, Growth rule = Growth::twice_plus_8) noexcept { put_field(&v, 4, rule); }
+    void put_f64(double v, Growth rule) noexcept { put_field(&v, 8, rule); }
+    // A block of elements: MemWrite's growth rule in a memory stream.
+    void put_block(const void* bytes, std::size_t n) noexcept { put_field(bytes, n, Growth::mem_write); }
+    // A string: u32 length, then the bytes without terminator.
+    void put_text(const char* text, std::size_t n) noexcept {
+        put_u32(static_cast<std::uint32_t>(n));
+        put_block(text, n);
+    }
+
+    // Takes n bytes only when all of them are there; otherwise consumes
+    // nothing and leaves dest as it was.
+    bool get(void* dest, std::size_t n) noexcept {
+        if (file_) return file_get(dest, n);
+        MemFile* m = mem();
+        if (n > mem_remaining(m)) return false;
+        std::memcpy(dest, m->data + m->position, n);
+        m->position += static_cast<std::uint32_t>(n);
+        return true;
+    }
+    bool get_u32(std::uint32_t& v) noexcept { return get(&v, 4); }
+    bool get_i32(std::int32_t& v) noexcept { return get(&v, 4); }
+    bool get_f64(double& v) noexcept { return get(&v, 8); }
+
+    // Whether n more bytes can be there. Exact for a memory stream. For a
+    // file, small requests are assumed to fit (a short read then fails
+    // cheaply); larger ones are checked against the rest of the file, and a
+    // file that cannot tell its size holds no large value. Readers ask this
+    // before allocating for a length taken from the stream, so a damaged
+    // length never makes them allocate for bytes that are not there.
+    bool can_hold(std::uint64_t n) noexcept;
+
+private:
+    MemFile* mem() const noexcept { return static_cast<MemFile*>(p_); }
+    std::FILE* file() const noexcept { return static_cast<std::FILE*>(p_); }
+    void put_field(const void* bytes, std::size_t n, Growth rule) noexcept {
+        if (n == 0) return;
+        if (file_) {
+            std::fwrite(bytes, 1, n, file());
+            return;
+        }
+        MemFile* m = mem();
+        if (n > mem_remaining(m)) {
+            mem_put(m, bytes, n, rule);  // grows first
+            return;
+        }
+        std::memcpy(m->data + m->position, bytes, n);
+        m->position += static_cast<std::uint32_t>(n);
+    }
+    bool file_get(void* dest, std::size_t n) noexcept;
+
+    void* p_;
+    bool file_;
+};
+
+}  // namespace ostr::persist

@@ -10,9 +10,8 @@
 #include <cstring>
 #include <string>
 
-extern "C" {
+#include "script/script.hpp"
 #include "statefile.h"
-}
 
 namespace {
 
@@ -38,6 +37,10 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
     // The load prints its messages; they are not what is tested.
     if (!std::freopen("/dev/null", "w", stdout)) return 0;
     InitializeGlobals(nullptr, 0);
+    // Functions read from a body may loop; keep each input short.
+    ostr::script::limits().max_loop_passes = 2000;
+    ostr::script::limits().max_seconds = 1;
+    ostr::script::limits().max_string_bytes = 1 << 16;
     return 0;
 }
 

@@ -8,6 +8,8 @@
 
 #define STATE_FILE_NAME "ostravine_auto_save.core"
 
+OSTR_BEGIN_DECLS
+
 /* Loads the environment saved in the file. On success answers it and sets
    *tree to the tree that was read, which owns the environment. Otherwise
    prints one message, answers a fresh environment and leaves *tree NULL;
@@ -26,5 +28,7 @@ int state_save(const char *name, Arbenv *env, ArbTree **tree, int keep_rejected,
 
 /* Overwrites n bytes with zeros in a way the compiler cannot drop. */
 void wipe_bytes(void *p, size_t n);
+
+OSTR_END_DECLS
 
 #endif

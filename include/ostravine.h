@@ -11,6 +11,7 @@
 #include "ostravine/bignum.h"
 #include "ostravine/hash.h"
 #include "ostravine/persist.h"
+#include "ostravine/special.h"
 #include "ostravine/environment.h"
 #include "ostravine/script.h"
 

@@ -1,0 +1,307 @@
+// Domains, special points and identities of the special functions, and the
+// numerical methods, statistics and complex rounding on cases with known
+// answers.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <vector>
+
+#include "numeric/special.hpp"
+#include "support/counting_alloc.hpp"
+
+namespace {
+
+namespace sp = ostr::special;
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+constexpr double inf = std::numeric_limits<double>::infinity();
+constexpr double pi = 3.14159265358979323846;
+
+double rel(double got, double want) { return std::fabs(got - want) / std::fabs(want); }
+
+TEST(Bessel, ComplexOrInfiniteResultsAreNaN) {
+    EXPECT_TRUE(std::isnan(sp::bessel_j(-1.5, 0.5)));   // non-integer order, x < 0
+    EXPECT_TRUE(std::isnan(sp::bessel_i(-1.5, 2.25)));
+    EXPECT_TRUE(std::isnan(sp::bessel_y(0, 1)));
+    EXPECT_TRUE(std::isnan(sp::bessel_y(-2, 1)));
+    EXPECT_TRUE(std::isnan(sp::bessel_k(0, 0)));
+    EXPECT_TRUE(std::isnan(sp::bessel_k(-1, 0)));
+    EXPECT_TRUE(std::isnan(sp::bessel_j(0, -0.5)));     // J_{-1/2}(0) is infinite
+    EXPECT_TRUE(std::isnan(sp::bessel_j(1, nan)));
+    EXPECT_TRUE(std::isnan(sp::bessel_j(1, inf)));
+    EXPECT_TRUE(std::isnan(sp::bessel_j(1, 2e7)));      // order beyond the bounded work
+}
+
+TEST(Bessel, SpecialPointsAndParity) {
+    EXPECT_EQ(sp::bessel_j(0, 0), 1);
+    EXPECT_EQ(sp::bessel_j(0, 3), 0);
+    EXPECT_EQ(sp::bessel_j(0, -3), 0);
+    EXPECT_EQ(sp::bessel_i(0, 0), 1);
+    EXPECT_EQ(sp::bessel_i(0, 2.5), 0);
+    EXPECT_EQ(sp::bessel_j(-2.5, 3), -sp::bessel_j(2.5, 3));
+    EXPECT_EQ(sp::bessel_j(-2.5, 4), sp::bessel_j(2.5, 4));
+    EXPECT_EQ(sp::bessel_j(2.5, -3), -sp::bessel_j(2.5, 3));
+    EXPECT_EQ(sp::bessel_y(2.5, -3), -sp::bessel_y(2.5, 3));
+    EXPECT_EQ(sp::bessel_i(-2.5, 3), -sp::bessel_i(2.5, 3));
+    EXPECT_EQ(sp::bessel_k(2.5, -1.5), sp::bessel_k(2.5, 1.5));
+    EXPECT_EQ(sp::bessel_y(1e-130, -2.5), sp::bessel_j(1e-130, 2.5));  // Y_{2.5} overflows, cos = 0
+    EXPECT_EQ(sp::bessel_j(inf, 2), 0);
+    EXPECT_EQ(sp::bessel_i(inf, 2), inf);
+    // Overflow and underflow at the ends of the range.
+    EXPECT_EQ(sp::bessel_i(800, 1), inf);
+    EXPECT_EQ(sp::bessel_k(800, 1), 0);
+    EXPECT_EQ(sp::bessel_y(0.1, 300), -inf);
+    EXPECT_EQ(sp::bessel_k(0.1, 300), inf);
+    EXPECT_EQ(sp::bessel_j(0.1, 300), 0);
+}
+
+// The ends of the double range, against mpmath: subnormal x (where x/2 and
+// ln(x/2) would round) and x = DBL_MAX (where pi x and 8x overflow).
+TEST(Bessel, EndsOfTheDoubleRange) {
+    const double dmax = std::numeric_limits<double>::max(), dmin = 4.9406564584124654e-324;
+    EXPECT_LE(rel(sp::bessel_j(dmin, 0.5), 1.7735048886036273e-162), 1e-15);
+    EXPECT_LE(rel(sp::bessel_y(dmin, 0.5), -3.5896138570490507e161), 1e-15);
+    EXPECT_LE(rel(sp::bessel_y(dmin, 0), -473.99907342300431), 1e-15);
+    EXPECT_LE(rel(sp::bessel_k(dmin, 0), 744.55600343703967), 1e-15);
+    EXPECT_LE(rel(sp::bessel_y(1e-300, 0.3), -1.1723523233093104e90), 1e-15);
+    EXPECT_LE(rel(sp::bessel_j(dmax, 0), -4.1869868495853732e-155), 1e-15);
+    EXPECT_LE(rel(sp::bessel_y(dmax, 0), 4.2287458488299952e-155), 1e-15);
+    EXPECT_EQ(sp::bessel_i(dmax, 0), inf);
+    EXPECT_EQ(sp::bessel_k(dmax, 0), 0);
+    EXPECT_EQ(sp::bessel_k(dmax, 100.5), 0);
+    EXPECT_EQ(sp::airy_ai(1e300), 0);
+    EXPECT_EQ(sp::airy_bi(1e300), inf);
+    EXPECT_TRUE(std::isnan(sp::airy_ai(-1e300)));  // the phase is beyond the double range
+}
+
+// The Wronskians J_nu Y_{nu+1} - J_{nu+1} Y_nu = -2/(pi x) and
+// I_nu K_{nu+1} + I_{nu+1} K_nu = 1/x tie the two kinds together at every
+// order and argument, on both sides of each region boundary.
+TEST(Bessel, WronskiansHoldAcrossRegions) {
+    const double xs[] = {0.5, 1.999999, 2.0, 2.000001, 7.3, 19.99, 20.0, 24.9, 25.1, 60.0, 400.0};
+    const double nus[] = {0, 0.3, 0.5, 1, 2.7, 9.5, 10, 10.1, 40.25};
+    for (double x : xs) {
+        for (double nu : nus) {
+            double j0 = sp::bessel_j(x, nu), j1 = sp::bessel_j(x, nu + 1);
+            double y0 = sp::bessel_y(x, nu), y1 = sp::bessel_y(x, nu + 1);
+            double w = j0 * y1 - j1 * y0;
+            double amp = std::fabs(j0 * y1) + std::fabs(j1 * y0);
+            EXPECT_LE(std::fabs(w + 2 / (pi * x)), 1e-13 * amp) << "J/Y nu=" << nu << " x=" << x;
+            if (x < 600) {
+                double iw = sp::bessel_i(x, nu) * sp::bessel_k(x, nu + 1) +
+                            sp::bessel_i(x, nu + 1) * sp::bessel_k(x, nu);
+                EXPECT_LE(std::fabs(iw * x - 1), 1e-13) << "I/K nu=" << nu << " x=" << x;
+            }
+        }
+    }
+}
+
+TEST(Airy, ZeroAndWronskian) {
+    EXPECT_LE(rel(sp::airy_ai(0), 0.35502805388781723926), 1e-16);
+    EXPECT_LE(rel(sp::airy_bi(0), 0.61492662744600073515), 1e-16);
+    EXPECT_EQ(sp::airy_ai(inf), 0);
+    EXPECT_EQ(sp::airy_bi(inf), inf);
+    EXPECT_EQ(sp::airy_ai(-inf), 0);
+    EXPECT_EQ(sp::airy_ai(200), 0);   // underflows
+    EXPECT_EQ(sp::airy_bi(200), inf);  // overflows
+    EXPECT_TRUE(std::isnan(sp::airy_ai(nan)));
+}
+
+TEST(Legendre, DomainAndConventions) {
+    EXPECT_TRUE(std::isnan(sp::legendre(1.5, 2, 1)));
+    EXPECT_TRUE(std::isnan(sp::legendre(0.5, 2, 3)));
+    EXPECT_TRUE(std::isnan(sp::legendre(0.5, 2.5, 1)));
+    EXPECT_TRUE(std::isnan(sp::legendre(0.5, 2, 0.5)));
+    EXPECT_TRUE(std::isnan(sp::legendre(0.5, -1, 0)));
+    EXPECT_TRUE(std::isnan(sp::legendre(nan, 2, 0)));
+    // Condon-Shortley phase: P_1^1(x) = -sqrt(1 - x^2).
+    EXPECT_LE(rel(sp::legendre(0.6, 1, 1), -0.8), 1e-15);
+    EXPECT_EQ(sp::legendre(1, 7, 0), 1);
+    EXPECT_EQ(sp::legendre(-1, 7, 0), -1);
+    EXPECT_EQ(sp::legendre(1, 7, 3), 0);
+    // Large orders: (2m-1)!! overflows on its own, the product does not.
+    EXPECT_TRUE(std::isfinite(sp::legendre(0.9999, 400, 400)));
+    EXPECT_EQ(sp::legendre(0.0, 1000, 1000), inf);
+}
+
+TEST(Gamma, PolesAndExactValues) {
+    EXPECT_EQ(sp::gamma(0.0), inf);
+    EXPECT_EQ(sp::gamma(-0.0), -inf);
+    EXPECT_TRUE(std::isnan(sp::gamma(-3)));
+    EXPECT_EQ(sp::log_gamma(-3), inf);
+    Complex pole = sp::gamma(Complex{-2, 0});
+    EXPECT_TRUE(std::isnan(pole.re));
+    EXPECT_EQ(sp::factorial(20), 2432902008176640000.0);
+    EXPECT_EQ(sp::factorial(171), inf);
+    EXPECT_TRUE(std::isnan(sp::factorial(-1)));
+    EXPECT_EQ(sp::comb(52, 5), 2598960);
+    EXPECT_EQ(sp::comb(60, 30), 118264581564861424.0);  // above 2^53, rounded once
+    EXPECT_EQ(sp::comb(5, 7), 0);
+    EXPECT_EQ(sp::perm(10, 3), 720);
+    EXPECT_EQ(sp::perm(3, 5), 0);
+    EXPECT_EQ(sp::comb(2000, 1000), inf);
+    EXPECT_TRUE(std::isnan(sp::comb(-1, 0)));
+    EXPECT_TRUE(std::isnan(sp::perm(3, -1)));
+    EXPECT_EQ(sp::gcd(12, 18), 6);
+    EXPECT_EQ(sp::gcd(-12, 18), 6);
+    EXPECT_EQ(sp::gcd(0, 0), 0);
+    EXPECT_EQ(sp::gcd(0, -7), 7);
+    EXPECT_EQ(sp::gcd(9007199254740992.0, 6), 2);
+    EXPECT_TRUE(std::isnan(sp::gcd(1.5, 3)));
+    EXPECT_TRUE(std::isnan(sp::gcd(1e300, 3)));
+}
+
+struct Calls {
+    int n = 0;
+};
+double count_cos_minus_x(double x, void* d) {
+    ++static_cast<Calls*>(d)->n;
+    return std::cos(x) - x;
+}
+double cube_minus_two(double x, void*) { return x * x * x - 2; }
+double inverse(double x, void*) { return 1 / x; }
+double poly(double x, void* d) { return std::pow(x, *static_cast<int*>(d)); }
+double sqrt_fn(double x, void*) { return std::sqrt(x); }
+double inverse_sqrt(double x, void*) { return 1 / std::sqrt(x); }
+double runge(double x, void*) { return 1 / (1 + 25 * x * x); }
+double sin_fn(double x, void*) { return std::sin(x); }
+double osc(double x, void*) { return std::cos(50 * x) * std::exp(-x); }
+Complex phasor(double x, void*) { return {std::cos(x), std::sin(x)}; }
+
+TEST(Integrate, SmoothAndSingularIntegrands) {
+    int status = -1;
+    for (int k = 0; k <= 22; ++k) {
+        double want = k % 2 ? 0 : 2.0 / (k + 1);
+        double got = sp::integrate(poly, &k, -1, 1, 1, &status);
+        EXPECT_LE(std::fabs(got - want), 1e-15) << "x^" << k;
+        EXPECT_EQ(status, OSTR_STATUS_OK);
+    }
+    EXPECT_LE(rel(sp::integrate(sqrt_fn, nullptr, 0, 1, 1, &status), 2.0 / 3), 1e-12);
+    EXPECT_LE(rel(sp::integrate(inverse_sqrt, nullptr, 0, 1, 1, &status), 2), 1e-11);
+    EXPECT_EQ(status, OSTR_STATUS_OK);
+    EXPECT_LE(rel(sp::integrate(runge, nullptr, -1, 1, 2, &status), 0.4 * std::atan(5.0)), 1e-13);
+    EXPECT_LE(std::fabs(sp::integrate(sin_fn, nullptr, 0, 2 * pi, 3, &status)), 1e-14);
+    EXPECT_EQ(status, OSTR_STATUS_OK);
+    EXPECT_LE(rel(sp::integrate(sin_fn, nullptr, pi, 0, 1, &status), -2), 1e-14);
+    double want = (1 - std::exp(-3.0) * (std::cos(150.0) - 50 * std::sin(150.0))) / 2501;
+    EXPECT_LE(rel(sp::integrate(osc, nullptr, 0, 3, 4, &status), want), 1e-11);
+    EXPECT_EQ(status, OSTR_STATUS_OK);
+    Complex c = sp::integrate_c(phasor, nullptr, 0, pi, 1, &status);
+    EXPECT_LE(std::fabs(c.re) + std::fabs(c.im - 2), 1e-14);
+}
+
+TEST(Integrate, ReportsFailure) {
+    int status = -1;
+    EXPECT_TRUE(std::isnan(sp::integrate(inverse, nullptr, -1, 1, 1, &status)));  // 1/0 at the centre
+    EXPECT_EQ(status, OSTR_STATUS_NOT_FINITE);
+    // Divergent: the panels at 0 shrink until the store is full or a node
+    // reaches 0 itself.
+    sp::integrate(inverse, nullptr, 0, 1, 1, &status);
+    EXPECT_TRUE(status == OSTR_STATUS_NOT_CONVERGED || status == OSTR_STATUS_NOT_FINITE);
+    EXPECT_TRUE(std::isnan(sp::integrate(sin_fn, nullptr, 0, inf, 1, &status)));
+    EXPECT_EQ(status, OSTR_STATUS_BAD_ARGUMENT);
+    EXPECT_TRUE(std::isnan(sp::integrate(nullptr, nullptr, 0, 1, 1, &status)));
+    EXPECT_EQ(sp::integrate(sin_fn, nullptr, 2, 2, 1, nullptr), 0);
+    ostr::test::CountingAlloc alloc;
+    alloc.fail_after(0);
+    EXPECT_TRUE(std::isnan(sp::integrate(sin_fn, nullptr, 0, 1, 1, &status)));
+    alloc.fail_after(-1);
+    EXPECT_EQ(alloc.live(), 0);
+}
+
+TEST(FindRoot, ConvergesToMachinePrecision) {
+    int status = -1;
+    Calls calls;
+    double r = sp::find_root(count_cos_minus_x, &calls, 0, 1, &status);
+    EXPECT_EQ(status, OSTR_STATUS_OK);
+    EXPECT_LE(rel(r, 0.73908513321516064166), 4e-16);
+    EXPECT_LE(calls.n, 15);
+    EXPECT_LE(rel(sp::find_root(cube_minus_two, nullptr, 3, -1, &status), std::cbrt(2.0)), 4e-16);
+    EXPECT_EQ(sp::find_root(sin_fn, nullptr, 0, 1, &status), 0);  // root at an end
+    EXPECT_TRUE(std::isnan(sp::find_root(cube_minus_two, nullptr, 2, 3, &status)));
+    EXPECT_EQ(status, OSTR_STATUS_NO_BRACKET);
+    EXPECT_TRUE(std::isnan(sp::find_root(inverse, nullptr, -1, 0, &status)));
+    EXPECT_EQ(status, OSTR_STATUS_NOT_FINITE);
+    // A pole inside the bracket is a sign change too: Brent ends at it.
+    r = sp::find_root(inverse, nullptr, -1, 2, &status);
+    EXPECT_TRUE(status == OSTR_STATUS_NOT_FINITE || std::fabs(r) < 1e-300) << r;
+}
+
+TEST(Statistics, VectorsWithCountInSlotZero) {
+    std::vector<double> v = {5, 3, 9, -1, 9, 4};
+    EXPECT_EQ(sp::max(v.data()), 9);
+    EXPECT_EQ(sp::min(v.data()), -1);
+    EXPECT_EQ(sp::mean(v.data()), 4.8);
+    EXPECT_EQ(sp::median(v.data()), 4);
+    EXPECT_EQ(v, (std::vector<double>{5, 3, 9, -1, 9, 4}));  // not reordered
+    v[0] = 4;
+    EXPECT_EQ(sp::median(v.data()), 6);  // mean of 3 and 9
+    EXPECT_EQ(sp::variance(v.data()), 24);
+    double one[] = {1, 7};
+    EXPECT_EQ(sp::max(one), 7);
+    EXPECT_EQ(sp::median(one), 7);
+    EXPECT_TRUE(std::isnan(sp::variance(one)));
+    double none[] = {0};
+    EXPECT_TRUE(std::isnan(sp::mean(none)));
+    EXPECT_TRUE(std::isnan(sp::max(nullptr)));
+    double with_nan[] = {2, 1, nan};
+    EXPECT_TRUE(std::isnan(sp::max(with_nan)));
+    EXPECT_TRUE(std::isnan(sp::median(with_nan)));
+    double big[] = {2, 1.5e308, 1.7e308};
+    EXPECT_EQ(sp::mean(big), 1.6e308);
+    EXPECT_EQ(sp::median(big), 1.6e308);
+}
+
+TEST(Statistics, CompensatedSums) {
+    // A million values 0.1 and data on a large offset: a plain loop loses
+    // about 1e-11 and 1e-2 relative here.
+    std::vector<double> v(1'000'001, 0.1);
+    v[0] = 1e6;
+    EXPECT_LE(rel(sp::mean(v.data()), 0.1), 1e-16);
+    std::vector<double> w = {4, 1e9 + 4, 1e9 + 7, 1e9 + 13, 1e9 + 16};
+    EXPECT_EQ(sp::variance(w.data()), 30);
+    EXPECT_EQ(sp::mean(w.data()), 1e9 + 10);
+}
+
+TEST(Rounding, PartByPart) {
+    struct Row {
+        Complex z, ceil, floor, round;
+    };
+    const Row rows[] = {
+        {{1.5, -1.5}, {2, -1}, {1, -2}, {2, -2}},
+        {{-0.5, 0.49}, {-0.0, 1}, {-1, 0}, {-1, 0}},
+        {{3, -7}, {3, -7}, {3, -7}, {3, -7}},
+    };
+    for (const Row& r : rows) {
+        Complex c = sp::ceil(r.z), f = sp::floor(r.z), n = sp::round(r.z);
+        EXPECT_TRUE(c.re == r.ceil.re && c.im == r.ceil.im);
+        EXPECT_TRUE(f.re == r.floor.re && f.im == r.floor.im);
+        EXPECT_TRUE(n.re == r.round.re && n.im == r.round.im);
+    }
+    Complex s = sp::sign(Complex{3, -4});
+    EXPECT_DOUBLE_EQ(s.re, 0.6);
+    EXPECT_DOUBLE_EQ(s.im, -0.8);
+    s = sp::sign(Complex{0, 0});
+    EXPECT_TRUE(s.re == 0 && s.im == 0);
+    s = sp::sign(Complex{-inf, 2});
+    EXPECT_TRUE(s.re == -1 && s.im == 0);
+}
+
+TEST(Rounding, FlooredRemainder) {
+    EXPECT_EQ(sp::mod(7, 3), 1);
+    EXPECT_EQ(sp::mod(-7, 3), 2);
+    EXPECT_EQ(sp::mod(7, -3), -2);
+    EXPECT_EQ(sp::mod(-7, -3), -1);
+    EXPECT_EQ(sp::mod(5.5, 2), 1.5);
+    EXPECT_TRUE(std::isnan(sp::mod(1, 0)));
+    Complex r = sp::mod(Complex{-7, 0}, Complex{3, 0});
+    EXPECT_TRUE(r.re == 2 && r.im == 0);
+    // (7 + 5i)/(2 + i) = 3.8 + 0.6i, floor 3 + 0i, remainder 7+5i - (6+3i).
+    r = sp::mod(Complex{7, 5}, Complex{2, 1});
+    EXPECT_DOUBLE_EQ(r.re, 1);
+    EXPECT_DOUBLE_EQ(r.im, 2);
+    r = sp::mod(Complex{1, 1}, Complex{0, 0});
+    EXPECT_TRUE(std::isnan(r.re));
+}
+
+}  // namespace

@@ -82,7 +82,9 @@ TEST(Encoding, EveryTypeOfOneEntryByteForByte) {
         // Everything but the vector reads back to the same encoding.
         for (int mode : {0, 1}) {
             ArbTree* back = decode_tree(expect, mode);
-            if (std::string(g.type) != "vector") EXPECT_EQ(encode_tree(back), expect) << g.name << " mode " << mode;
+            if (std::string(g.type) != "vector") {
+                EXPECT_EQ(encode_tree(back), expect) << g.name << " mode " << mode;
+            }
             release(back);
         }
         // Texts after an empty one are not part of a string vector: free them here.
@@ -197,7 +199,7 @@ TEST(Encoding, RandomTreesOfEveryTypeRoundTrip) {
     std::mt19937 rng(11);
     ArbTree* t = initializeArbTree();
     for (int i = 0; i < 4000; ++i) {
-        const std::string key = "key" + std::to_string(rng() % 100000);
+        const std::string key = numbered("key", rng() % 100000);
         const double x = std::uniform_real_distribution<double>(-1e6, 1e6)(rng);
         switch (i % 9) {
             case 0: put(t, key, boxed<std::int32_t>(static_cast<std::int32_t>(rng())), "integer"); break;

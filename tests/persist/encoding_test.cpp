@@ -140,6 +140,21 @@ TEST(Encoding, NullEntryReadsBackAsNoneUnlessNullIsRegistered) {
     initializeArbTreeTypeMap();  // back to the built-in types
 }
 
+// An unregistered type has no handlers: its entry writes no value and
+// copies as absent.
+TEST(Encoding, UnregisteredTypeWritesNoValueAndCopiesAsAbsent) {
+    ArbTree* t = initializeArbTree();
+    auto* v = boxed<std::int32_t>(1);
+    put(t, "k", v, "mystery");
+    EXPECT_EQ(encode_tree(t), single("mystery", {}));
+    ArbTree* c = copyArbTree(t);
+    ASSERT_NE(c->root->entry, nullptr);
+    EXPECT_EQ(c->root->entry->value, nullptr);
+    release(c);
+    release(t);  // no free operation either: the value stays ours
+    ostr::mem_free(v);
+}
+
 TEST(Encoding, VectorEntryDoesNotSurviveARoundTrip) {
     ArbTree* t = initializeArbTree();
     put(t, "v", vector_of({1, 2}), "vector");

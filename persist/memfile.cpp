@@ -28,9 +28,9 @@ std::int64_t next_size(std::int64_t size, std::int64_t n, Growth rule) noexcept 
     return size * 2 + 8;
 }
 
-// Grows until n bytes fit at the position. One step of the rule is the
-// designed behaviour; further steps only happen when the position was moved
-// past the end. Zeroes everything new, including a gap before the position.
+// Grows until n bytes fit at the position: one step of the rule, more only
+// when the position was moved past the end. Zeroes everything new,
+// including a gap before the position.
 bool grow(MemFile* m, std::size_t n, Growth rule) noexcept {
     const std::int64_t need = static_cast<std::int64_t>(m->position) + static_cast<std::int64_t>(n);
     if (need > INT32_MAX) return false;

@@ -82,7 +82,9 @@ TEST(Encoding, EveryTypeOfOneEntryByteForByte) {
         // Everything but the vector reads back to the same encoding.
         for (int mode : {0, 1}) {
             ArbTree* back = decode_tree(expect, mode);
-            if (std::string(g.type) != "vector") EXPECT_EQ(encode_tree(back), expect) << g.name << " mode " << mode;
+            if (std::string(g.type) != "vector") {
+                EXPECT_EQ(encode_tree(back), expect) << g.name << " mode " << mode;
+            }
             release(back);
         }
         // Texts after an empty one are not part of a string vector: free them here.
@@ -136,6 +138,21 @@ TEST(Encoding, NullEntryReadsBackAsNoneUnlessNullIsRegistered) {
     EXPECT_EQ(back->root->entry->value, nullptr);
     release(back);
     initializeArbTreeTypeMap();  // back to the built-in types
+}
+
+// An unregistered type has no handlers: its entry writes no value and
+// copies as absent.
+TEST(Encoding, UnregisteredTypeWritesNoValueAndCopiesAsAbsent) {
+    ArbTree* t = initializeArbTree();
+    auto* v = boxed<std::int32_t>(1);
+    put(t, "k", v, "mystery");
+    EXPECT_EQ(encode_tree(t), single("mystery", {}));
+    ArbTree* c = copyArbTree(t);
+    ASSERT_NE(c->root->entry, nullptr);
+    EXPECT_EQ(c->root->entry->value, nullptr);
+    release(c);
+    release(t);  // no free operation either: the value stays ours
+    ostr::mem_free(v);
 }
 
 TEST(Encoding, VectorEntryDoesNotSurviveARoundTrip) {
@@ -197,7 +214,7 @@ TEST(Encoding, RandomTreesOfEveryTypeRoundTrip) {
     std::mt19937 rng(11);
     ArbTree* t = initializeArbTree();
     for (int i = 0; i < 4000; ++i) {
-        const std::string key = "key" + std::to_string(rng() % 100000);
+        const std::string key = numbered("key", rng() % 100000);
         const double x = std::uniform_real_distribution<double>(-1e6, 1e6)(rng);
         switch (i % 9) {
             case 0: put(t, key, boxed<std::int32_t>(static_cast<std::int32_t>(rng())), "integer"); break;

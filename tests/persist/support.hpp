@@ -42,6 +42,14 @@ struct Enc {
     Enc& str(const std::string& s) { return u32(static_cast<std::uint32_t>(s.size())).raw(s.data(), s.size()); }
 };
 
+// "k12" and the like (built without std::string operator+, about which
+// g++ 12 warns falsely).
+inline std::string numbered(const char* prefix, long n) {
+    char b[32];
+    std::snprintf(b, sizeof b, "%s%ld", prefix, n);
+    return b;
+}
+
 inline MemFile* mem_of(const Bytes& b) {
     MemFile* m = MemOpen(static_cast<std::int32_t>(b.size() ? b.size() : 1));
     if (!b.empty()) std::memcpy(m->data, b.data(), b.size());
@@ -61,7 +69,9 @@ inline FILE* file_of(const Bytes& b) {
 inline Bytes bytes_of(FILE* f) {
     Bytes b(static_cast<std::size_t>(std::ftell(f)));
     std::rewind(f);
-    if (!b.empty()) EXPECT_EQ(std::fread(b.data(), 1, b.size(), f), b.size());
+    if (!b.empty()) {
+        EXPECT_EQ(std::fread(b.data(), 1, b.size(), f), b.size());
+    }
     return b;
 }
 

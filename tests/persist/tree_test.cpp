@@ -21,7 +21,7 @@ ArbValue* int_entry(std::int32_t v) {
 }
 
 std::string random_key(std::mt19937& rng, int spread) {
-    return "k" + std::to_string(std::uniform_int_distribution<int>(0, spread)(rng));
+    return numbered("k", std::uniform_int_distribution<int>(0, spread)(rng));
 }
 
 TEST(ArbTree, InvariantsHoldAfterEveryInsertionAndDeletion) {
@@ -116,7 +116,7 @@ TEST(ArbTree, FreeWipesKeys) {
 TEST(ArbTree, FreeingASubtreeLeavesTheRestUsable) {
     ostr::test::CountingAlloc counter;
     ArbTree* t = initializeArbTree();
-    for (int k = 0; k < 15; ++k) insertArbNode(t, nullptr, ("k" + std::to_string(k + 10)).c_str(), int_entry(k));
+    for (int k = 0; k < 15; ++k) insertArbNode(t, nullptr, numbered("k", k + 10).c_str(), int_entry(k));
     ArbNode* sub = t->root->left;
     freeArbTree(t, sub, 1);
     EXPECT_LT(t->count, 15);
@@ -129,7 +129,7 @@ TEST(ArbTree, FreeingASubtreeLeavesTheRestUsable) {
 TEST(ArbTree, CopyHasTheSameShapeColoursAndValues) {
     ostr::test::CountingAlloc counter;
     ArbTree* t = initializeArbTree();
-    for (int k = 0; k < 200; ++k) insertArbNode(t, nullptr, ("k" + std::to_string(k * 7 % 200)).c_str(), int_entry(k));
+    for (int k = 0; k < 200; ++k) insertArbNode(t, nullptr, numbered("k", k * 7 % 200).c_str(), int_entry(k));
     insertArbNode(t, nullptr, "no value", createArbValue(nullptr, "null"));
     ArbTree* c = copyArbTree(t);
     EXPECT_EQ(rb_violation(c), "");
@@ -151,8 +151,8 @@ TEST(SearchTree, InvariantsHoldAndValuesUseTheTreeHandlers) {
         if (rng() % 3 == 0) {
             EXPECT_EQ(deleteRBNode(t, key.c_str()), static_cast<std::int32_t>(oracle.erase(key)));
         } else {
-            insertRBNode(t, key.c_str(), ostr::dup_text("v" + std::to_string(step)));
-            oracle[key] = "v" + std::to_string(step);
+            insertRBNode(t, key.c_str(), ostr::dup_text(numbered("v", step)));
+            oracle[key] = numbered("v", step);
         }
         ASSERT_EQ(rb_violation(t), "") << step;
     }

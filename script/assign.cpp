@@ -11,8 +11,6 @@
 namespace ostr::script {
 namespace {
 
-std::uint64_t serial = 0;
-
 
 // Words that would lose their meaning as statements if they held values.
 bool reserved(std::string_view name) {
@@ -127,10 +125,7 @@ struct ScopeDeleter {
 
 }  // namespace
 
-std::uint64_t return_serial() noexcept { return serial; }
-
 bool store_value(lang::Value v, std::string_view name, Arbenv* env) {
-    if (name == "return") ++serial;
     auto it = env->objects.find(name);
     if (it == env->objects.end()) {
         obj::Object* o = lang::to_object(std::move(v), env, name);

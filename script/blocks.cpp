@@ -314,11 +314,13 @@ std::optional<lang::Value> statement_value(std::string_view text, Arbenv* env) {
     text = strip_wrappers(text, '(', ')');
     Keyword kw = keyword_of(block_keyword(text));
     if (kw == Keyword::none || kw == Keyword::other) return lang::evaluate(text, env);
-    std::uint64_t serial = return_serial();
+    // The value of an "if" or "private" is the "return" its elements leave
+    // behind; one left by an earlier statement must not count.
+    if (kw != Keyword::for_) obj::remove(env, "return");
     Status st = run_block(text, env);
     if (st == Status::failed)
         return lang::Value::failure(aborted(env) ? lang::Error::evaluation_aborted : lang::Error::invalid_expression);
-    if (kw == Keyword::for_ || return_serial() == serial) return std::nullopt;
+    if (kw == Keyword::for_) return std::nullopt;
     const obj::Object* r = obj::find(env, "return");
     if (!r) return std::nullopt;
     return lang::value_of(r);

@@ -139,6 +139,10 @@ bool normalise(std::string_view text, Arbenv* env, Text& out) {
     return true;
 }
 
+// Every placeholder name is closed by its own "\xFF", so no name is the
+// prefix of another and one left-to-right pass replaces them all: the same
+// result as replacing name by name from the last in sorted order to the
+// first, without a pass per name.
 Text substitute(std::string_view text, Arbenv* env) {
     if (text.find('\xFF') == std::string_view::npos) return Text(text);
     const obj::ObjectTable& table = placeholder_table(env);

@@ -105,8 +105,6 @@ Text assign_variable(std::string_view name, lang::Value v, Arbenv* env);
 bool store_value(lang::Value v, std::string_view name, Arbenv* env);
 // Calls the user function `name` visible from env, if there is one.
 bool call_function(std::string_view text, std::size_t open, Arbenv* env, lang::Value* out);
-// Counts return values stored, so a block can tell whether it set one.
-std::uint64_t return_serial() noexcept;
 
 // Abort handling: sets the abort text along env and its parents.
 void abort(Arbenv* env, std::string_view reason);

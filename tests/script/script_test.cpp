@@ -129,6 +129,8 @@ TEST_F(ScriptTest, Conditionals) {
         {"if:1,fresh=1,y=9;", ""},
         {"fresh", "fresh"},
         {"y", "9"},
+        // An earlier statement's value is not a later block's.
+        {"p(v)=v*2,if:1,5;,if:p(1)>9,6;", "p(v) <- v*2\n\n5"},
         {"w=if:x<1,10,else,20;", "w <- if:x<1,10,else,20;"},
         {"w", "10"},
     });

@@ -150,6 +150,7 @@ public:
         return true;
     }
     std::size_t left() const noexcept { return b_.size() - at_; }
+    void skip(std::size_t n) noexcept { at_ += std::min(n, left()); }
 
 private:
     std::string_view b_;
@@ -173,11 +174,11 @@ bool get_bits(Reader& in, void*& out) {
     if (!in.get(bits) || !in.get(n) || n > in.left() / 8 || bits > n * 64) return false;
     BitArray* a = big::make(bits);
     if (!a) return false;
-    if (a->nwords != n || (n && !a->words)) {
-        big::release(a);
-        return false;
-    }
-    if (n) in.take(a->words, n * 8);
+    // The words the array holds for its bits; any further words of the
+    // record are skipped.
+    const std::uint64_t keep = a->words ? std::min(n, a->nwords) : 0;
+    if (keep) in.take(a->words, keep * 8);
+    in.skip((n - keep) * 8);
     out = a;
     return true;
 }

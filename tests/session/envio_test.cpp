@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "bignum/bitarray.hpp"
 #include "ostravine.h"
 #include "script/environment.hpp"
 #include "script/serialize.hpp"
@@ -174,6 +175,66 @@ TEST_F(EnvStream, FlippedBytesNeverCrashOrLeak) {
     }
     EXPECT_GT(read_back, 0);  // bytes inside values change values, not the frame
     EXPECT_EQ(counter.live(), before);
+}
+
+// Tags whose values arrive with later work travel through the handlers
+// registered for the tag; a value without a writer is left out.
+void write_text_value(void* v, void* stream, std::uint32_t mode) {
+    if (v) writeRBNodeValueString(v, stream, static_cast<int32_t>(mode));
+}
+void* read_text_value(void* stream, std::uint32_t mode) {
+    return readRBNodeValueString(stream, static_cast<int32_t>(mode));
+}
+
+TEST_F(EnvStream, EveryTagTravelsThroughItsHandlers) {
+    auto& slot = obj::type_hooks().handlers[obj::map];
+    const obj::ValueHandlers saved = slot;
+    slot = {freeRBNodeValueString, write_text_value, read_text_value, copyRBNodeValueString};
+    obj::store(env_, obj::make_object(env_, obj::map, "m", copyRBNodeValueString(const_cast<char*>("k=v")), slot));
+    obj::store(env_, obj::make_object(env_, obj::node, "orphan", copyRBNodeValueString(const_cast<char*>("x")),
+                                      {freeRBNodeValueString, nullptr, nullptr, copyRBNodeValueString}));
+    // A big number: two bit arrays and a field.
+    auto* b = static_cast<obj::BignumValue*>(mem_alloc(sizeof(obj::BignumValue)));
+    BitArray* mant = big::make(130);
+    for (std::uint64_t k = 0; k < mant->nwords; ++k) mant->words[k] = 0x0123456789abcdefu * (k + 1);
+    *b = {mant, big::make(3), -77};
+    obj::Object* raw = obj::make_object(env_, obj::bignum, "big", b, {[](void* v) {
+        auto* x = static_cast<obj::BignumValue*>(v);
+        big::release(static_cast<BitArray*>(x->mantissa));
+        big::release(static_cast<BitArray*>(x->exponent));
+        mem_free(x);
+    }, nullptr, nullptr, nullptr});
+    obj::store(env_, obj::copy_object(raw, env_));
+    obj::free_object(raw);
+    // A scope object holding an object of its own.
+    obj::Object* scope = obj::make_scoped("loop", env_);
+    obj::store(static_cast<Arbenv*>(scope->value), obj::make_numeric({4, 5}, "inner", nullptr));
+    obj::store(env_, scope);
+
+    Arbenv* e = read(record());
+    ASSERT_NE(e, nullptr);
+    obj::Object* m = obj::find(e, "m");
+    ASSERT_NE(m, nullptr);
+    EXPECT_EQ(m->tag, obj::map);
+    EXPECT_STREQ(static_cast<const char*>(m->value), "k=v");
+    EXPECT_EQ(obj::find(e, "orphan"), nullptr);
+    obj::Object* big_back = obj::find(e, "big");
+    ASSERT_NE(big_back, nullptr);
+    auto* bb = static_cast<obj::BignumValue*>(big_back->value);
+    EXPECT_EQ(bb->field, -77);
+    auto* mb = static_cast<BitArray*>(bb->mantissa);
+    ASSERT_EQ(mb->bits, 130u);
+    for (std::uint64_t k = 0; k < mb->nwords; ++k) EXPECT_EQ(mb->words[k], mant->words[k]);
+    EXPECT_EQ(static_cast<BitArray*>(bb->exponent)->bits, 3u);
+    obj::Object* loop = obj::find(e, "loop");
+    ASSERT_NE(loop, nullptr);
+    auto* inner_env = static_cast<Arbenv*>(loop->value);
+    EXPECT_EQ(inner_env->parent, e);
+    obj::Object* inner = obj::find(inner_env, "inner");
+    ASSERT_NE(inner, nullptr);
+    EXPECT_EQ(obj::numeric_value(inner).im, 5.0);
+    TerminateEnvironment(e);
+    slot = saved;
 }
 
 TEST_F(EnvStream, NullAndEmptyStreams) {

@@ -4,6 +4,7 @@
 // nothing or as an environment, never crash, and leave nothing behind.
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -197,6 +198,7 @@ TEST_F(EnvStream, EveryTagTravelsThroughItsHandlers) {
     auto* b = static_cast<obj::BignumValue*>(mem_alloc(sizeof(obj::BignumValue)));
     BitArray* mant = big::make(130);
     for (std::uint64_t k = 0; k < mant->nwords; ++k) mant->words[k] = 0x0123456789abcdefu * (k + 1);
+    const std::vector<std::uint64_t> words(mant->words, mant->words + mant->nwords);
     *b = {mant, big::make(3), -77};
     obj::Object* raw = obj::make_object(env_, obj::bignum, "big", b, {[](void* v) {
         auto* x = static_cast<obj::BignumValue*>(v);
@@ -224,7 +226,8 @@ TEST_F(EnvStream, EveryTagTravelsThroughItsHandlers) {
     EXPECT_EQ(bb->field, -77);
     auto* mb = static_cast<BitArray*>(bb->mantissa);
     ASSERT_EQ(mb->bits, 130u);
-    for (std::uint64_t k = 0; k < mb->nwords; ++k) EXPECT_EQ(mb->words[k], mant->words[k]);
+    ASSERT_EQ(mb->nwords, words.size());
+    for (std::uint64_t k = 0; k < mb->nwords; ++k) EXPECT_EQ(mb->words[k], words[k]);
     EXPECT_EQ(static_cast<BitArray*>(bb->exponent)->bits, 3u);
     obj::Object* loop = obj::find(e, "loop");
     ASSERT_NE(loop, nullptr);

@@ -156,10 +156,13 @@ TEST(StateFile, TreesWithoutTheEnvironmentAreRefused) {
     Arbenv* env = InitializeTopLevelEnvironment();
     expect_refused(with_digest(tree_body("mathAF", copyArbenv(env), "arbeval_environment")), msg_not_found(),
                    "other key");
-    expect_refused(with_digest(tree_body("mathAE", copyArbenv(env), "arbtree")), msg_not_found(), "other type");
+    expect_refused(with_digest(tree_body("mathAE", initializeArbTree(), "arbtree")), msg_not_found(), "other type");
     char* text = static_cast<char*>(copyRBNodeValueString(const_cast<char*>("x=1")));
     expect_refused(with_digest(tree_body("mathAE", text, "string")), msg_not_found(), "a string");
-    expect_refused(with_digest(body_of(16.97, initializeArbTree())), msg_not_found(), "empty tree");
+    ArbTree* empty = initializeArbTree();
+    expect_refused(with_digest(body_of(16.97, empty)), msg_not_found(), "empty tree");
+    freeArbTree(empty, nullptr, 1);
+    FreeBlock(empty);
     TerminateEnvironment(env);
     // The right key and type over a damaged environment record.
     std::string body = saved_state().substr(128);

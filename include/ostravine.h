@@ -11,8 +11,8 @@
 #include "ostravine/bignum.h"
 #include "ostravine/hash.h"
 #include "ostravine/persist.h"
-#include "ostravine/special.h"
 #include "ostravine/environment.h"
 #include "ostravine/script.h"
+#include "ostravine/special.h"
 
 #endif

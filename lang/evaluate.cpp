@@ -306,7 +306,7 @@ private:
             if (double re, im; formula::is_number(v.text.re, &re) && formula::is_number(v.text.im, &im))
                 return Value::number({re, im});
             return v;
-        case Value::Kind::error: return v;
+        case Value::Kind::error: return poisoned(v, v).value();
         case Value::Kind::object: return Value::failure();
         }
         return Value::failure();
@@ -326,7 +326,7 @@ private:
             if (std::isfinite(g)) return Value::number({g, 0});
             return Value::formula_of(Text(text(n)));
         }
-        if (v.is_error()) return v;
+        if (v.is_error()) return poisoned(v, v).value();
         if (v.kind != Value::Kind::formula && v.kind != Value::Kind::pair) return Value::failure();
         Text inner = joined(v.text);
         if (inner.size() > max_formula_text) return Value::failure();
@@ -347,7 +347,7 @@ private:
         bool invert = n.invert & 1;
         if (!has_op) {
             Value x = eval(kid(n, 0));
-            if (x.is_error()) return x;
+            if (x.is_error()) return poisoned(x, x).value();
             if (x.kind == Value::Kind::formula) return Value::formula_of(Text(text(n)));
             int t = truth(x);
             if (t < 0) return Value::failure();

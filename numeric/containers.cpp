@@ -4,6 +4,7 @@
 #include "numeric/containers.hpp"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <utility>
 
@@ -14,16 +15,17 @@ namespace {
 
 // Copies n elements; a block copy where the ranges are disjoint, an
 // overlapping move otherwise (in-place copies may be handed src == dst).
+// The addresses are compared as integers: the two ranges may lie in
+// unrelated blocks.
 template <class T>
 void copy_slots(T* dst, const T* src, std::int32_t n) noexcept {
     if (n <= 0 || dst == src) return;
     const auto bytes = static_cast<std::size_t>(n) * sizeof(T);
-    const auto* s = reinterpret_cast<const unsigned char*>(src);
-    auto* d = reinterpret_cast<unsigned char*>(dst);
+    const auto d = reinterpret_cast<std::uintptr_t>(dst), s = reinterpret_cast<std::uintptr_t>(src);
     if (d + bytes <= s || s + bytes <= d)
-        std::memcpy(d, s, bytes);
+        std::memcpy(dst, src, bytes);
     else
-        std::memmove(d, s, bytes);
+        std::memmove(dst, src, bytes);
 }
 
 template <class K>
@@ -72,14 +74,14 @@ Elem<K>** matrix_or_fallback(Elem<K>** m) noexcept {
     return m ? m : matrix_fallback<K>(K::matrix_fallback);
 }
 
-// Row i of a matrix as a source line for copying: its slots 1..c, or none
-// when i lies outside the matrix.
+// Fills dst[0..width) from slots 1..count of row i of m and zeros after
+// them; all zeros when m has no row i (the shorter side of a join).
 template <class K>
-void copy_row_part(Elem<K>* dst, std::int32_t width, Elem<K>* const* m, std::int32_t i,
-                   std::int32_t c_from, std::int32_t count) noexcept {
-    const std::int32_t n = std::clamp(count, 0, width);
-    if (i >= 1 && i <= matrix_rows<K>(m)) copy_slots(dst, m[i] + c_from, n);
-    else fill_slots<K>(dst, n, 0);
+void copy_row_padded(Elem<K>* dst, std::int32_t width, Elem<K>* const* m, std::int32_t i,
+                     std::int32_t count) noexcept {
+    const bool has_row = i >= 1 && i <= matrix_rows<K>(m);
+    const std::int32_t n = has_row ? std::clamp(count, 0, width) : 0;
+    if (has_row) copy_slots(dst, m[i] + 1, n);
     fill_slots<K>(dst + n, width - n, 0);
 }
 
@@ -92,8 +94,6 @@ void replace_matrix(Elem<K>*** h, Elem<K>** fresh) noexcept {
 }
 
 }  // namespace
-
-// ---- sizes and construction
 
 template <class K>
 std::int32_t vector_length(const Elem<K>* v) noexcept {
@@ -165,8 +165,6 @@ void matrix_free(Elem<K>** m) noexcept {
     mem_free(m);
 }
 
-// ---- copies
-
 template <class K>
 Elem<K>* vector_copy(const Elem<K>* v) noexcept {
     if (!v) return nullptr;
@@ -199,10 +197,9 @@ void matrix_copy_into(Elem<K>* const* src, Elem<K>** dst) noexcept {
     for (std::int32_t i = 1; i <= r; ++i) vector_copy_into<K>(src[i], dst[i]);
 }
 
-// ---- extend
-
 template <class K>
 void vector_extend(Elem<K>** h, std::int32_t n) noexcept {
+    if (!h || !*h) return;
     const std::int32_t old = vector_length<K>(*h);
     if (n <= old) return;
     Elem<K>* out = vector_raw<K>(n, Fill::none);
@@ -216,6 +213,7 @@ void vector_extend(Elem<K>** h, std::int32_t n) noexcept {
 // direction, so every old element keeps its position.
 template <class K>
 void matrix_extend(Elem<K>*** h, std::int32_t r, std::int32_t c) noexcept {
+    if (!h || !*h) return;
     Elem<K>** m = *h;
     const std::int32_t rows = matrix_rows<K>(m), cols = matrix_cols<K>(m);
     if (r <= rows && c <= cols) return;
@@ -225,10 +223,9 @@ void matrix_extend(Elem<K>*** h, std::int32_t r, std::int32_t c) noexcept {
     replace_matrix<K>(h, out);
 }
 
-// ---- crops
-
 template <class K>
 Elem<K>* vector_crop(const Elem<K>* v, std::int32_t a, std::int32_t b) noexcept {
+    if (!v) return nullptr;
     const std::int64_t lo = std::max(a, 1), hi = std::min(b, vector_length<K>(v));
     const auto n = static_cast<std::int32_t>(std::max<std::int64_t>(hi - lo + 1, 0));
     Elem<K>* out = vector_raw<K>(n, Fill::none);
@@ -241,6 +238,7 @@ Elem<K>* vector_crop(const Elem<K>* v, std::int32_t a, std::int32_t b) noexcept 
 // to 0..len, so a window wider than the vector is the whole vector.
 template <class K>
 Elem<K>* vector_crop_centered(const Elem<K>* v, std::int32_t n) noexcept {
+    if (!v) return nullptr;
     const std::int32_t len = vector_length<K>(v);
     n = std::clamp(n, 0, std::max(len, 0));
     const std::int32_t a = (len - n) / 2 + 1;
@@ -250,6 +248,7 @@ Elem<K>* vector_crop_centered(const Elem<K>* v, std::int32_t n) noexcept {
 template <class K>
 Elem<K>** matrix_crop(Elem<K>* const* m, std::int32_t r1, std::int32_t r2, std::int32_t c1,
                       std::int32_t c2) noexcept {
+    if (!m) return nullptr;
     const std::int64_t rlo = std::max(r1, 1), rhi = std::min(r2, matrix_rows<K>(m));
     const std::int64_t clo = std::max(c1, 1), chi = std::min(c2, matrix_cols<K>(m));
     const auto r = static_cast<std::int32_t>(std::max<std::int64_t>(rhi - rlo + 1, 0));
@@ -263,6 +262,7 @@ Elem<K>** matrix_crop(Elem<K>* const* m, std::int32_t r1, std::int32_t r2, std::
 
 template <class K>
 Elem<K>** matrix_crop_centered(Elem<K>* const* m, std::int32_t r, std::int32_t c) noexcept {
+    if (!m) return nullptr;
     const std::int32_t rows = matrix_rows<K>(m), cols = matrix_cols<K>(m);
     r = std::clamp(r, 0, std::max(rows, 0));
     c = std::clamp(c, 0, std::max(cols, 0));
@@ -270,12 +270,11 @@ Elem<K>** matrix_crop_centered(Elem<K>* const* m, std::int32_t r, std::int32_t c
     return matrix_crop<K>(m, r1, r1 + r - 1, c1, c1 + c - 1);
 }
 
-// ---- joins
-
 namespace {
 
 template <class K>
 Elem<K>* vector_join_raw(const Elem<K>* a, const Elem<K>* b) noexcept {
+    if (!a || !b) return nullptr;
     const std::int32_t na = vector_length<K>(a), nb = vector_length<K>(b);
     if (static_cast<std::int64_t>(na) + nb > INT32_MAX) return nullptr;
     Elem<K>* out = vector_raw<K>(na + nb, Fill::none);
@@ -287,26 +286,28 @@ Elem<K>* vector_join_raw(const Elem<K>* a, const Elem<K>* b) noexcept {
 
 template <class K>
 Elem<K>** matrix_join_h_raw(Elem<K>* const* a, Elem<K>* const* b) noexcept {
+    if (!a || !b) return nullptr;
     const std::int32_t ra = matrix_rows<K>(a), rb = matrix_rows<K>(b);
     const std::int32_t ca = matrix_cols<K>(a), cb = matrix_cols<K>(b), c = std::max(ca, cb);
     if (static_cast<std::int64_t>(ra) + rb > INT32_MAX) return nullptr;
     Elem<K>** out = matrix_raw<K>(ra + rb, c, Fill::none);
     if (!out) return nullptr;
-    for (std::int32_t i = 1; i <= ra; ++i) copy_row_part<K>(out[i] + 1, c, a, i, 1, ca);
-    for (std::int32_t i = 1; i <= rb; ++i) copy_row_part<K>(out[ra + i] + 1, c, b, i, 1, cb);
+    for (std::int32_t i = 1; i <= ra; ++i) copy_row_padded<K>(out[i] + 1, c, a, i, ca);
+    for (std::int32_t i = 1; i <= rb; ++i) copy_row_padded<K>(out[ra + i] + 1, c, b, i, cb);
     return out;
 }
 
 template <class K>
 Elem<K>** matrix_join_v_raw(Elem<K>* const* a, Elem<K>* const* b) noexcept {
+    if (!a || !b) return nullptr;
     const std::int32_t ra = matrix_rows<K>(a), rb = matrix_rows<K>(b), r = std::max(ra, rb);
     const std::int32_t ca = matrix_cols<K>(a), cb = matrix_cols<K>(b);
     if (static_cast<std::int64_t>(ca) + cb > INT32_MAX) return nullptr;
     Elem<K>** out = matrix_raw<K>(r, ca + cb, Fill::none);
     if (!out) return nullptr;
     for (std::int32_t i = 1; i <= r; ++i) {
-        copy_row_part<K>(out[i] + 1, ca, a, i, 1, ca);
-        copy_row_part<K>(out[i] + 1 + ca, cb, b, i, 1, cb);
+        copy_row_padded<K>(out[i] + 1, ca, a, i, ca);
+        copy_row_padded<K>(out[i] + 1 + ca, cb, b, i, cb);
     }
     return out;
 }
@@ -321,6 +322,7 @@ Elem<K>* vector_join(const Elem<K>* a, const Elem<K>* b) noexcept {
 // b may be *a itself: the join reads both before the old block goes.
 template <class K>
 void vector_augment(Elem<K>** a, const Elem<K>* b) noexcept {
+    if (!a) return;
     Elem<K>* out = vector_join_raw<K>(*a, b);
     if (!out) return;
     mem_free(*a);
@@ -339,21 +341,20 @@ Elem<K>** matrix_join_v(Elem<K>* const* a, Elem<K>* const* b) noexcept {
 
 template <class K>
 void matrix_augment_h(Elem<K>*** a, Elem<K>* const* b) noexcept {
-    replace_matrix<K>(a, matrix_join_h_raw<K>(*a, b));
+    if (a) replace_matrix<K>(a, matrix_join_h_raw<K>(*a, b));
 }
 
 template <class K>
 void matrix_augment_v(Elem<K>*** a, Elem<K>* const* b) noexcept {
-    replace_matrix<K>(a, matrix_join_v_raw<K>(*a, b));
+    if (a) replace_matrix<K>(a, matrix_join_v_raw<K>(*a, b));
 }
-
-// ---- rows and columns
 
 // The rows are kept and rewired: only a longer pointer array and the new
 // row are allocated. A matrix without rows takes its width from the row.
 template <class K>
 void matrix_insert_row(Elem<K>*** h, std::int32_t i, const Elem<K>* row) noexcept {
     using T = Elem<K>;
+    if (!h || !*h || !row) return;
     T** m = *h;
     const std::int32_t r = matrix_rows<K>(m);
     if (r >= K::max_count) return;
@@ -376,6 +377,7 @@ void matrix_insert_row(Elem<K>*** h, std::int32_t i, const Elem<K>* row) noexcep
 
 template <class K>
 void matrix_insert_col(Elem<K>*** h, std::int32_t j, const Elem<K>* col) noexcept {
+    if (!h || !*h || !col) return;
     Elem<K>** m = *h;
     const std::int32_t r = matrix_rows<K>(m), c = matrix_cols<K>(m);
     if (r == 0 || c >= K::max_count) return;
@@ -395,6 +397,7 @@ void matrix_insert_col(Elem<K>*** h, std::int32_t j, const Elem<K>* col) noexcep
 // blocks, only the counts shrink (the release functions go by the counts).
 template <class K>
 void matrix_remove_row(Elem<K>** m, std::int32_t i) noexcept {
+    if (!m) return;
     const std::int32_t r = matrix_rows<K>(m);
     if (i < 1 || i > r) return;
     mem_free(m[i]);
@@ -404,6 +407,7 @@ void matrix_remove_row(Elem<K>** m, std::int32_t i) noexcept {
 
 template <class K>
 void matrix_remove_col(Elem<K>** m, std::int32_t j) noexcept {
+    if (!m) return;
     const std::int32_t r = matrix_rows<K>(m), c = matrix_cols<K>(m);
     if (j < 1 || j > c) return;
     for (std::int32_t i = 1; i <= r; ++i) {
@@ -414,12 +418,14 @@ void matrix_remove_col(Elem<K>** m, std::int32_t j) noexcept {
 
 template <class K>
 void matrix_swap_rows(Elem<K>** m, std::int32_t i, std::int32_t j) noexcept {
+    if (!m) return;
     const std::int32_t r = matrix_rows<K>(m);
     if (i >= 1 && i <= r && j >= 1 && j <= r) std::swap(m[i], m[j]);
 }
 
 template <class K>
 void matrix_swap_cols(Elem<K>** m, std::int32_t i, std::int32_t j) noexcept {
+    if (!m) return;
     const std::int32_t r = matrix_rows<K>(m), c = matrix_cols<K>(m);
     if (i < 1 || i > c || j < 1 || j > c) return;
     for (std::int32_t k = 1; k <= r; ++k) std::swap(m[k][i], m[k][j]);
@@ -427,6 +433,7 @@ void matrix_swap_cols(Elem<K>** m, std::int32_t i, std::int32_t j) noexcept {
 
 template <class K>
 Elem<K>* vector_reorder(const Elem<K>* v, const std::int32_t* order) noexcept {
+    if (!v || !order) return nullptr;
     const std::int32_t n = order[0], len = vector_length<K>(v);
     Elem<K>* out = vector_raw<K>(n, Fill::none);
     if (!out) return vector_fallback<K>(K::vector_fallback);
@@ -436,8 +443,6 @@ Elem<K>* vector_reorder(const Elem<K>* v, const std::int32_t* order) noexcept {
     }
     return out;
 }
-
-// ---- vectors of matrices
 
 namespace {
 
@@ -476,8 +481,6 @@ void matrix_vector_free(double*** mv) noexcept {
     if (!mv) return;
     matrix_vector_release(mv, truncate_count(*reinterpret_cast<double*>(mv[0])));
 }
-
-// ---- instantiation
 
 #define OSTR_INSTANTIATE_BUILD(K)                                                               \
     template Elem<K>* vector_raw<K>(std::int32_t, Fill) noexcept;                               \

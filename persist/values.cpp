@@ -148,8 +148,11 @@ struct MatrixValue {
         std::int32_t rows = 0, cols = 0;
         in.get_i32(rows);
         in.get_i32(cols);
-        const std::uint64_t bytes = static_cast<std::uint64_t>(rows) * static_cast<std::uint64_t>(cols) * 8;
-        if (rows < 0 || cols < 0 || !in.can_hold(bytes) || (bytes == 0 && rows > max_empty_rows)) return nullptr;
+        if (rows < 0 || cols < 0) return nullptr;
+        // rows * cols < 2^62, but times 8 it could wrap: no stream holds 2^60 cells anyway.
+        const std::uint64_t cells = static_cast<std::uint64_t>(rows) * static_cast<std::uint64_t>(cols);
+        if (cells > (std::uint64_t{1} << 60) || !in.can_hold(cells * 8) || (cells == 0 && rows > max_empty_rows))
+            return nullptr;
         double** m = Matrix(rows, cols);
         bool ok = m && m[0] && count_of(m[0][0]) == rows && (rows == 0 || count_of(m[1][0]) == cols);  // not the fallback
         for (std::int32_t i = 1; ok && i <= rows && cols > 0; ++i)

@@ -125,7 +125,7 @@ struct ScopeDeleter {
 
 }  // namespace
 
-bool store_value(lang::Value v, std::string_view name, Arbenv* env) {
+bool store_value(lang::Value&& v, std::string_view name, Arbenv* env) {
     auto it = env->objects.find(name);
     if (it == env->objects.end()) {
         obj::Object* o = lang::to_object(std::move(v), env, name);
@@ -151,7 +151,7 @@ bool store_value(lang::Value v, std::string_view name, Arbenv* env) {
 // the imaginary unit.
 bool assignable_name(std::string_view t) { return (t == "i" || lang::scan::is_plain_name(t)) && !reserved(t); }
 
-Text assign_variable(std::string_view name, lang::Value v, Arbenv* env) {
+Text assign_variable(std::string_view name, lang::Value&& v, Arbenv* env) {
     if (v.is_error()) {
         if (aborted(env)) return Text(lang::error_word(lang::Error::evaluation_aborted));
         return Text(lang::error_word(v.error));

@@ -136,7 +136,7 @@ std::shared_ptr<const Shape> shape_of(std::string_view text, bool block) {
     return s;
 }
 
-Status set_return(lang::Value v, Arbenv* env) {
+Status set_return(lang::Value&& v, Arbenv* env) {
     if (v.is_error()) return Status::failed;
     if (!store_value(std::move(v), "return", env)) return Status::failed;
     return Status::done;

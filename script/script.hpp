@@ -99,10 +99,10 @@ Text assign(std::string_view left, std::string_view right, Arbenv* env);
 bool assignable_name(std::string_view name);
 // The assignment of an evaluated value to such a name: empty on success,
 // else the error word.
-Text assign_variable(std::string_view name, lang::Value v, Arbenv* env);
+Text assign_variable(std::string_view name, lang::Value&& v, Arbenv* env);
 // Stores a value under a name with the level rule: a replaced object keeps
 // the level of the object it replaces.
-bool store_value(lang::Value v, std::string_view name, Arbenv* env);
+bool store_value(lang::Value&& v, std::string_view name, Arbenv* env);
 // Calls the user function `name` visible from env, if there is one.
 bool call_function(std::string_view text, std::size_t open, Arbenv* env, lang::Value* out);
 

@@ -28,7 +28,7 @@ OSTR_BEGIN_DECLS
    |a - b| / hypot(a, b) <= 1e-15; otherwise 0. */
 OSTR_API int CompareFloats(double a, double b) OSTR_NOEXCEPT;
 
-/* ---- Constructors. The caller owns the result. Data slots are not
+/* Constructors. The caller owns the result. Data slots are not
    initialised unless the name has 0 (zeros) or 1 (ones). A negative size is
    a failed request. On failure: Vector, VectorC, VectorUInt32, Vector0,
    Vector0C, Vector0L, Vector1L and VectorS give an empty vector; Matrix,
@@ -63,7 +63,7 @@ OSTR_API int32_t *AllocInt(int32_t k) OSTR_NOEXCEPT;
    to the matrices. On failure an empty one (n = 0), or NULL. */
 OSTR_API double ***MatrixVector(int32_t n, int32_t r, int32_t c) OSTR_NOEXCEPT;
 
-/* ---- Release. Each releases every block of its container; NULL is
+/* Release. Each releases every block of its container; NULL is
    ignored. A matrix must be released by the function of its kind (the row
    count is read in the kind's form): FreeMatrix also serves Complex
    matrices, FreeMatrixL serves I matrices and vectors of vectors whose
@@ -81,14 +81,21 @@ OSTR_API void FreeVectorC(Complex *v) OSTR_NOEXCEPT;
 OSTR_API void FreeVectorL(int32_t *v) OSTR_NOEXCEPT;
 OSTR_API void FreeMatrixVector(double ***mv) OSTR_NOEXCEPT;
 
-/* ---- String vectors: texts closed by an empty text. StringVector(n) holds
+/* String vectors: texts closed by an empty text. StringVector(n) holds
    n texts "0"; on failure (or n < 0) it holds only the closing text, and
    NULL when even that cannot be had. The copy falls back the same way. */
 OSTR_API char **StringVector(int32_t n) OSTR_NOEXCEPT;
 OSTR_API char **CopyStringVector(char *const *v) OSTR_NOEXCEPT;
 OSTR_API void FreeStringVector(char **v) OSTR_NOEXCEPT;
+/* String matrices: string vectors closed by an empty string vector (one
+   holding only its closing text). StringMatrix(r, c) holds r rows of c texts
+   "0"; a row of no texts would read as the closing row, so c <= 0 gives the
+   empty string matrix, as does a failure. */
+OSTR_API char ***StringMatrix(int32_t r, int32_t c) OSTR_NOEXCEPT;
+OSTR_API char ***CopyStringMatrix(char **const *m) OSTR_NOEXCEPT;
+OSTR_API void FreeStringMatrix(char ***m) OSTR_NOEXCEPT;
 
-/* ---- Copy, extend, crop, join and rearrange, one member per kind.
+/* Copy, extend, crop, join and rearrange, one member per kind.
    Copy: a new container of the same size (the kind's fallback on failure).
    CopyVectorIP/CopyMatrixIP(src, dst): src's data slots into dst, which must
    be at least as large (not checked); dst's size slots are not written.
@@ -249,7 +256,7 @@ OSTR_API int32_t *ReorderVL(const int32_t *v, const int32_t *order) OSTR_NOEXCEP
 OSTR_API float *ReorderVF(const float *v, const int32_t *order) OSTR_NOEXCEPT;
 OSTR_API uint32_t *ReorderVUInt32(const uint32_t *v, const int32_t *order) OSTR_NOEXCEPT;
 
-/* ---- Complex arithmetic. z = x + iy. Results go to the record r, whose
+/* Complex arithmetic. z = x + iy. Results go to the record r, whose
    address is returned; r may be an operand. */
 OSTR_API Complex *ComplexR(Complex *r, double re, double im) OSTR_NOEXCEPT;
 /* {rho cos t, rho sin t} */

@@ -90,7 +90,7 @@ TEST_F(Evaluate, NamesAndFormulas) {
 
 TEST_F(Evaluate, StoredErrorsAndAbortsPoison) {
     obj::store(env, obj::make_algebraic(">invalid_object<", "bad", env));
-    check_rows(*this, {{"bad", ">invalid_object<"}, {"bad+1", ">invalid_expression<"}, {"-bad", ">invalid_object<"}});
+    check_rows(*this, {{"bad", ">invalid_object<"}, {"bad+1", ">invalid_expression<"}, {"-bad", ">invalid_expression<"}, {"bad!", ">invalid_expression<"}, {"~bad", ">invalid_expression<"}});
     env->abort_text = Text("stop");
     check_rows(*this, {{"1+1", ">evaluation_aborted<"}});
 }

@@ -277,6 +277,55 @@ TYPED_TEST(Containers, ReorderPicksSlotsAndZeroesStrayIndices) {
     FreeVector(v), FreeVector(r);
 }
 
+// Functions that build a new container, with each of their allocations
+// failing in turn (and every one after it, so that no fallback can be had
+// either): the result is complete or NULL, and nothing leaks.
+TYPED_TEST(Containers, NewContainersAreCompleteOrNullUnderFailure) {
+    using K = TypeParam;
+    using T = typename K::T;
+    CountingAlloc counter;
+    T* v = make_vector<K>({1, 2, 3, 4});
+    T** m = make_matrix<K>(grid(3, 2), 2);
+    std::int32_t order[] = {2, 4, 1};
+    const std::function<bool()> builds[] = {
+        [&] { T* r = K::copy_vector(v); bool ok = !r || vector_is<K>(r, {1, 2, 3, 4}); FreeVector(r); return ok && r; },
+        [&] { T* r = K::crop_vector(v, 2, 3); bool ok = !r || vector_is<K>(r, {2, 3}); FreeVector(r); return ok && r; },
+        [&] { T* r = K::join_vector(v, v); bool ok = !r || vector_is<K>(r, {1, 2, 3, 4, 1, 2, 3, 4}); FreeVector(r); return ok && r; },
+        [&] { T* r = K::reorder(v, order); bool ok = !r || vector_is<K>(r, {4, 1}); FreeVector(r); return ok && r; },
+        [&] { T** r = K::copy_matrix(m); bool ok = !r || matrix_is<K>(r, grid(3, 2), 2); K::free_matrix(r); return ok && r; },
+        [&] { T** r = K::crop_matrix_centered(m, 1, 2); bool ok = !r || matrix_is<K>(r, {{3, 4}}, 2); K::free_matrix(r); return ok && r; },
+        [&] { T** r = K::join_matrix_v(m, m); bool ok = !r || matrix_is<K>(r, {{1, 2, 1, 2}, {3, 4, 3, 4}, {5, 6, 5, 6}}, 4); K::free_matrix(r); return ok && r; },
+    };
+    for (std::size_t b = 0; b < std::size(builds); ++b) {
+        const long before = counter.live();
+        for (long k = 0;; ++k) {
+            counter.fail_after(k);
+            const bool complete = builds[b]();
+            counter.fail_after(-1);
+            EXPECT_EQ(counter.live(), before) << b << " " << k;
+            if (complete) break;
+            ASSERT_LT(k, 20) << b;
+        }
+    }
+    FreeVector(v), K::free_matrix(m);
+}
+
+// The kinds without fallbacks hand out NULL; passing it on must be harmless.
+TYPED_TEST(Containers, NullContainersYieldNullOrNothing) {
+    using K = TypeParam;
+    using T = typename K::T;
+    T* v = nullptr;
+    T** m = nullptr;
+    std::int32_t order[] = {0};
+    EXPECT_EQ(K::copy_vector(nullptr), nullptr);
+    EXPECT_EQ(K::crop_vector(nullptr, 1, 2), nullptr);
+    EXPECT_EQ(K::crop_matrix(nullptr, 1, 1, 1, 1), nullptr);
+    EXPECT_EQ(K::reorder(nullptr, order), nullptr);
+    K::extend_vector(&v, 3), K::augment_vector(&v, nullptr), K::extend_matrix(&m, 2, 2);
+    K::insert_row(&m, 1, nullptr), K::remove_row(nullptr, 1), K::swap_cols(nullptr, 1, 2);
+    EXPECT_TRUE(v == nullptr && m == nullptr);
+}
+
 // Every handle-taking function, with each of its allocations failing in
 // turn: the argument stays as it was and nothing leaks.
 TYPED_TEST(Containers, HandleFunctionsLeaveTheArgumentOnFailure) {

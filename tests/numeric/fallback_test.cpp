@@ -234,35 +234,19 @@ TEST(StringVectors, ReleaseWipesEveryText) {
     EXPECT_EQ(nonzero_at_free, 0u);
 }
 
+// One failed text: the empty string vector. Every allocation failing from
+// the k-th on: NULL or a whole vector, nothing leaked.
 TEST(StringVectors, FailuresFallBackToTheEmptyVector) {
     char* texts[] = {const_cast<char*>("a"), const_cast<char*>("bc"), const_cast<char*>("")};
-    for (long k = 0;; ++k) {
+    for (long k = 0; k < 6; ++k) {
         CountingAlloc counter;
         counter.fail_after(k);
         char** s = StringVector(4);
-        char** c = CopyStringVector(texts);
         counter.fail_after(-1);
-        const bool done = s && s[0][0] && c && c[0][0];
-        if (s) {
-            EXPECT_TRUE(s[0][0] == '\0' || (std::string(s[3]) == "0" && s[4][0] == '\0'));
-        }
-        if (c) {
-            EXPECT_TRUE(c[0][0] == '\0' || std::string(c[1]) == "bc");
-        }
-        FreeStringVector(s), FreeStringVector(c);
+        EXPECT_TRUE(!s || (std::string(s[3]) == "0" && s[4][0] == '\0')) << k;
+        FreeStringVector(s);
         EXPECT_EQ(counter.live(), 0) << k;
-        if (done) break;
     }
-}
-
-}  // namespace
-}  // namespace ostr::test
-
-namespace ostr::test {
-namespace {
-
-TEST(StringVectors, OneFailedTextGivesTheEmptyVector) {
-    char* texts[] = {const_cast<char*>("a"), const_cast<char*>("bc"), const_cast<char*>("")};
     for (long k = 1; k <= 4; ++k) {  // array, three texts
         OneShot::arm(k);
         char** s = StringVector(2);
@@ -273,6 +257,35 @@ TEST(StringVectors, OneFailedTextGivesTheEmptyVector) {
         OneShot::disarm();
         EXPECT_TRUE(c && c[0][0] == '\0') << k;
         FreeStringVector(s), FreeStringVector(c);
+    }
+}
+
+TEST(StringMatrices, RowsOfZerosClosedByAnEmptyRow) {
+    CountingAlloc counter;
+    char*** m = StringMatrix(2, 3);
+    EXPECT_TRUE(std::string(m[1][2]) == "0" && m[1][3][0] == '\0' && m[2][0][0] == '\0');
+    m[0][1][0] = 'q';
+    char*** c = CopyStringMatrix(m);
+    EXPECT_TRUE(c != m && std::string(c[0][1]) == "q" && c[2][0][0] == '\0');
+    char*** none = StringMatrix(4, 0);
+    EXPECT_EQ(none[0][0][0], '\0');
+    FreeStringMatrix(m), FreeStringMatrix(c), FreeStringMatrix(none);
+    EXPECT_EQ(counter.live(), 0);
+    for (long k = 1;; ++k) {  // one failure: the empty string matrix
+        OneShot::arm(k);
+        char*** f = StringMatrix(2, 2);
+        const bool failed = OneShot::fired();
+        OneShot::disarm();
+        EXPECT_TRUE(f && (failed ? f[0][0][0] == '\0' : f[2][0][0] == '\0')) << k;
+        FreeStringMatrix(f);
+        if (!failed) break;
+    }
+    for (long k = 0; k < 12; ++k) {  // all failing from the k-th: NULL or whole
+        counter.fail_after(k);
+        char*** f = StringMatrix(2, 2);
+        counter.fail_after(-1);
+        FreeStringMatrix(f);
+        EXPECT_EQ(counter.live(), 0) << k;
     }
 }
 

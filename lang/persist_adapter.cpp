@@ -1,11 +1,19 @@
-// Until the persistence component is part of the build the type map is not
-// built here; the functions keep their place in the start-up sequence so
-// that only this file changes when it arrives.
+// The type map of the typed tree, built with the globals: the built-in types
+// of the persistence component and the environment type this core adds.
+// "bitmap" and "color_matrix" join here when plot images arrive.
 #include "lang/persist_adapter.hpp"
+
+#include "ostravine/environment.h"
+#include "ostravine/persist.h"
 
 namespace ostr::lang::persist {
 
-bool initialize_type_map() { return true; }
-void terminate_type_map() noexcept {}
+bool initialize_type_map() {
+    initializeArbTreeTypeMap();
+    registerType("arbeval_environment", freeArbenv, readTopArbenv, writeArbenv, copyArbenv);
+    return true;
+}
+
+void terminate_type_map() noexcept { terminateArbTreeTypeMap(); }
 
 }  // namespace ostr::lang::persist

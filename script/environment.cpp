@@ -35,6 +35,17 @@ bool copy_table(const ObjectTable& from, ObjectTable& to, Arbenv* env) {
 
 std::span<const DefaultAssignment> default_assignments() noexcept { return defaults; }
 
+EnvironmentHooks& environment_hooks() noexcept {
+    static EnvironmentHooks hooks;
+    return hooks;
+}
+
+Arbenv* make_fresh_top_level() {
+    Arbenv* env = make_top_level();
+    if (env && environment_hooks().fresh_top_level) environment_hooks().fresh_top_level(env);
+    return env;
+}
+
 void clear_table(ObjectTable& table) noexcept {
     // Unlink first: freeing a scope may look names up again.
     ObjectTable doomed;

@@ -54,6 +54,9 @@ namespace ostr::obj {
 // A fresh top-level environment: 15 significant digits, the clock seed, the
 // placeholder table and the default assignments.
 [[nodiscard]] Arbenv* make_top_level();
+// make_top_level, then the higher layer's additions (environment_hooks()):
+// what InitializeTopLevelEnvironment answers.
+[[nodiscard]] Arbenv* make_fresh_top_level();
 // A deep copy (objects, functions, classes, statics) under a new parent.
 [[nodiscard]] Arbenv* copy_environment(const Arbenv* source, Arbenv* parent);
 void free_environment(Arbenv* env) noexcept;
@@ -87,5 +90,13 @@ bool remove(Arbenv* env, std::string_view name) noexcept;
 Arbenv* top_level_of(Arbenv* env) noexcept;
 
 void clear_table(ObjectTable& table) noexcept;
+
+// What a higher layer adds to environments: `fresh_top_level` runs on every
+// top-level environment that InitializeTopLevelEnvironment makes (the
+// start-up script's lines). May stay null.
+struct EnvironmentHooks {
+    void (*fresh_top_level)(Arbenv* env) = nullptr;
+};
+EnvironmentHooks& environment_hooks() noexcept;
 
 }  // namespace ostr::obj

@@ -4,7 +4,7 @@
 
 extern "C" {
 
-Arbenv* InitializeTopLevelEnvironment() noexcept { return ostr::obj::make_top_level(); }
+Arbenv* InitializeTopLevelEnvironment() noexcept { return ostr::obj::make_fresh_top_level(); }
 
 void RestoreDefaultAssignments(Arbenv* env) noexcept {
     if (env) ostr::obj::restore_defaults(env);

@@ -63,6 +63,7 @@ void install() {
         g->table[obj::string][obj::string] = string_arithmetic;
         g->table[obj::string][obj::numeric] = g->table[obj::numeric][obj::string] = string_arithmetic;
         lang::register_builtin("sigdigits(1)", sigdigits);
+        install_environment_files();
     }
 }
 
@@ -70,11 +71,13 @@ bool initialize_globals(const char* init_script, std::uint32_t flag) {
     clear_shapes();
     if (!lang::initialize_globals(init_script, flag)) return false;
     install();
+    load_init_script(init_script, flag);
     return true;
 }
 
 void terminate_globals() noexcept {
     clear_shapes();
+    forget_init_script();
     lang::terminate_globals();
 }
 

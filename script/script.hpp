@@ -35,6 +35,13 @@ void terminate_globals() noexcept;
 // Fills the hook record and the table cells of this layer; idempotent.
 void install();
 
+// The "export" and "import" commands and the start-up script
+// (envfiles.cpp): registered by install(); the script's lines are read by
+// InitializeGlobals and run in every fresh top-level environment.
+void install_environment_files();
+void load_init_script(const char* name, std::uint32_t flag);
+void forget_init_script() noexcept;
+
 // The whole of ArbevalScript: a new result text, never absent.
 Text run_script(std::string_view text, Arbenv* env, bool top_level);
 

@@ -1,10 +1,127 @@
-/* The console front end. Until the session layer exists it only shows the
-   first prompt and ends. */
+/* The console program: one top-level environment, a read-evaluate-print
+   loop on standard input until an empty or blank line, then the state file.
+   Uses only the exported C API; the protocol is in docs/session.md. */
 #include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
 
 #include "ostravine.h"
+#include "statefile.h"
 
-int main(void) {
-    fputs("\n: ", stdout);
-    return 0;
+/* The live environment. When the state file is saved from a tree built at
+   exit, the tree holds a copy: the copy is freed at teardown and the live
+   environment is left alone to the end of the process on purpose. Kept
+   here, it stays reachable until then. */
+static Arbenv *live_env;
+
+typedef struct Line {
+    char *text;
+    size_t count;
+    size_t capacity;
+} Line;
+
+/* Grows the buffer to twice its size. The old block is wiped before it is
+   released, since it held the user's text. */
+static int grow(Line *line) {
+    size_t capacity = line->capacity * 2;
+    char *text = malloc(capacity);
+    if (!text) return 0;
+    memcpy(text, line->text, line->count);
+    wipe_bytes(line->text, line->count);
+    free(line->text);
+    line->text = text;
+    line->capacity = capacity;
+    return 1;
+}
+
+/* Reads one line, up to a line feed or the end of input, neither stored.
+   The end of input before any character gives the empty line. Answers 0
+   only when no buffer could be had. */
+static int read_line(Line *line) {
+    line->capacity = 128;
+    line->count = 0;
+    line->text = malloc(line->capacity);
+    if (!line->text) return 0;
+    int c;
+    while ((c = getchar()) != '\n' && c != EOF) {
+        line->text[line->count++] = (char)c;
+        if (line->count == line->capacity && !grow(line)) break;
+    }
+    line->text[line->count] = '\0';
+    return 1;
+}
+
+static void release_line(Line *line) {
+    wipe_bytes(line->text, line->count);
+    free(line->text);
+    line->text = NULL;
+}
+
+static int is_blank(unsigned char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+
+/* Empty, or space, tab, line feed and carriage return only: the end. */
+static int ends_session(const char *text) {
+    while (*text && is_blank((unsigned char)*text)) ++text;
+    return *text == '\0';
+}
+
+static void run_loop(Arbenv *env) {
+    Line line;
+    for (;;) {
+        fputs("\n: ", stdout);
+        if (!read_line(&line)) return;
+        if (ends_session(line.text)) break;
+        char *answer = ArbevalScript(line.text, env, 1);
+        printf(": %s\n\n", answer ? answer : "");
+        release_line(&line);
+        FreeString(answer);
+    }
+    release_line(&line);
+}
+
+/* The environment file named on the command line: an environment record
+   from its first byte, no digest and no version. A file that holds no
+   readable environment is treated like one that cannot be opened. */
+static Arbenv *load_named(const char *name) {
+    FILE *f = fopen(name, "rb");
+    Arbenv *env = NULL;
+    if (f) {
+        env = readTopArbenv(f, 1);
+        fclose(f);
+    }
+    if (env) return env;
+    printf("The input environment file '%s' could not be loaded, generating the default environment.\n", name);
+    return InitializeTopLevelEnvironment();
+}
+
+int main(int argc, char **argv) {
+    InitializeGlobals("init.txt", 1);
+    ArbTree *tree = NULL;
+    int rejected = 0;
+    if (argc == 1) {
+        live_env = state_load(STATE_FILE_NAME, &tree, &rejected);
+    } else if (argc == 2) {
+        live_env = load_named(argv[1]);
+    } else {
+        TerminateGlobals();
+        printf("Ostravine.exe [path to environment file]");
+        return 1;
+    }
+    if (!live_env) {
+        TerminateGlobals();
+        return 1;
+    }
+    run_loop(live_env);
+
+    int opened = 0;
+    int code = state_save(STATE_FILE_NAME, live_env, &tree, rejected, &opened) ? 0 : 1;
+    if (tree) {
+        freeArbTree(tree, NULL, 1);
+        FreeBlock(tree);
+    } else {
+        TerminateEnvironment(live_env);
+        live_env = NULL;
+    }
+    TerminateGlobals();
+    return code;
 }

@@ -40,6 +40,23 @@ OSTR_API void TerminateEnvironment(Arbenv *env) OSTR_NOEXCEPT;
 OSTR_API int32_t GetSignificantDigits(const Arbenv *env) OSTR_NOEXCEPT;
 OSTR_API void SetSignificantDigits(Arbenv *env, int32_t n) OSTR_NOEXCEPT;
 
+/* The environment as a typed-tree value of type "arbeval_environment"
+   (InitializeGlobals registers these four as its handlers). The stream is a
+   FILE* when mode is 1, a MemFile* otherwise; the layout is in
+   docs/session.md.
+   writeArbenv writes the environment (an Arbenv*) as one record: its named
+   objects, user functions, classes, significant digits, random seed and the
+   random generator's shuffle table. Nothing is written for a NULL env.
+   readTopArbenv reads one record and answers a new top-level environment
+   (an Arbenv*, released with TerminateEnvironment or freeArbenv); it also
+   sets the random generator's shuffle table from the record. NULL when the
+   record is damaged or cut short, whatever the bytes: nothing is trusted.
+   copyArbenv answers a deep copy (NULL for NULL); freeArbenv frees one. */
+OSTR_API void writeArbenv(void *env, void *stream, int32_t mode) OSTR_NOEXCEPT;
+OSTR_API void *readTopArbenv(void *stream, int32_t mode) OSTR_NOEXCEPT;
+OSTR_API void *copyArbenv(void *env) OSTR_NOEXCEPT;
+OSTR_API void freeArbenv(void *env) OSTR_NOEXCEPT;
+
 /* Evaluates one expression (no statements, no assignment) in env and
    answers a new text: the value with the environment's significant digits,
    a formula for an expression with free names, or an error word such as

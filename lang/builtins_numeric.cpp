@@ -11,6 +11,7 @@
 #include "lang/builtins.hpp"
 #include "lang/globals.hpp"
 #include "lang/scan.hpp"
+#include "numeric/summation.hpp"
 #include "ostravine/special.h"
 #include "script/environment.hpp"
 
@@ -111,16 +112,7 @@ std::optional<Value> real_arguments(const Call& call, std::size_t first, double*
 
 bool is_integer(double v) { return v == std::floor(v) && std::fabs(v) <= 9007199254740992.0; }
 
-// Neumaier's compensated sum, one for each part.
-struct Compensated {
-    double sum = 0, carry = 0;
-    void add(double v) {
-        double t = sum + v;
-        carry += std::fabs(sum) >= std::fabs(v) ? (sum - t) + v : (v - t) + sum;
-        sum = t;
-    }
-    double value() const { return sum + carry; }
-};
+using Compensated = num::Neumaier;
 
 Complex multiply(Complex a, Complex b) {
     Complex r;

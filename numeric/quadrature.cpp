@@ -13,6 +13,7 @@
 
 #include "numeric/memory.hpp"
 #include "numeric/special.hpp"
+#include "numeric/summation.hpp"
 
 namespace ostr::special {
 namespace {
@@ -75,16 +76,7 @@ bool kronrod(F& f, double a, double b, Panel<T>& out) {
     return ok;
 }
 
-// Neumaier's compensated sum of the panel values, part by part.
-struct Neumaier {
-    double sum = 0, comp = 0;
-    void add(double v) {
-        double t = sum + v;
-        comp += std::fabs(sum) >= std::fabs(v) ? (sum - t) + v : (v - t) + sum;
-        sum = t;
-    }
-    double value() const { return sum + comp; }
-};
+using num::Neumaier;
 
 inline double panel_sum(const Panel<double>* p, int count) {
     Neumaier s;

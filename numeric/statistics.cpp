@@ -10,6 +10,7 @@
 
 #include "numeric/memory.hpp"
 #include "numeric/special.hpp"
+#include "numeric/summation.hpp"
 
 namespace ostr::special {
 namespace {
@@ -26,15 +27,7 @@ bool any_nan(const double* v, long n) {
     return std::any_of(v + 1, v + 1 + n, [](double x) { return std::isnan(x); });
 }
 
-struct Neumaier {
-    double sum = 0, comp = 0;
-    void add(double x) {
-        double t = sum + x;
-        comp += std::fabs(sum) >= std::fabs(x) ? (sum - t) + x : (x - t) + sum;
-        sum = t;
-    }
-    double value() const { return sum + comp; }
-};
+using num::Neumaier;
 
 double mean_of(const double* v, long n) {
     Neumaier s;

@@ -3,6 +3,7 @@
 
 #include "support/counting_alloc.hpp"
 #include "eval_support.hpp"
+#include "persist/persist.hpp"
 
 namespace ostr::test {
 namespace {
@@ -193,6 +194,23 @@ TEST(EvaluateLifecycle, NoGlobalsNoValue) {
     Arbenv* env = obj::make_top_level();
     EXPECT_TRUE(lang::evaluate("1+1", env).is_error());
     obj::free_environment(env);
+}
+
+}  // namespace
+}  // namespace ostr::test
+
+namespace ostr::test {
+namespace {
+
+// The globals build the typed tree's type map with the core's own types:
+// the environment with all four operations, the plot image types by name.
+TEST_F(EvalTest, GlobalsRegisterTheCoreTypes) {
+    const ArbType* env_type = persist::find_type("arbeval_environment");
+    ASSERT_NE(env_type, nullptr);
+    EXPECT_TRUE(env_type->free && env_type->read && env_type->write && env_type->copy);
+    EXPECT_NE(persist::find_type("bitmap"), nullptr);
+    EXPECT_NE(persist::find_type("color_matrix"), nullptr);
+    EXPECT_NE(persist::find_type("matrix"), nullptr);
 }
 
 }  // namespace

@@ -17,6 +17,23 @@ TEST(Console, PromptsAndAnswersThenSave) {
     EXPECT_FALSE(s.has(state_name + ".tmp"));
 }
 
+// The random generator's state travels in the state file: from one saved
+// state, drawing twice in one session and drawing once, restarting and
+// drawing again give the same second number.
+TEST(Console, TheNextRandomNumberSurvivesARestart) {
+    Scratch first;
+    first.run("a=rand(0,1)\n\n");
+    Scratch straight, restarted;
+    write_file(straight / state_name, first.state());
+    write_file(restarted / state_name, first.state());
+    const std::string through = straight.run("b=rand(0,1)\nc=rand(0,1)\nc\n\n").out;
+    restarted.run("b=rand(0,1)\n\n");
+    const std::string after = restarted.run("c=rand(0,1)\nc\n\n").out;
+    const std::string tail = through.substr(through.rfind(": : "));
+    EXPECT_EQ(after.substr(after.rfind(": : ")), tail);
+    EXPECT_NE(tail.find("0."), std::string::npos) << tail;
+}
+
 TEST(Console, EveryBlankLineEndsTheSession) {
     for (std::string end : {"", " ", "\t", "\r", " \t\r ", "\t\t\r\r"}) {
         Scratch s;

@@ -6,45 +6,17 @@
 #include <cstdio>
 #include <string>
 
-#include "lang/evaluate.hpp"
-#include "lang/globals.hpp"
-#include "script/environment.hpp"
+#include "bench/evaluator_peer.hpp"
 
 namespace {
 
-Arbenv* environment() {
-    static Arbenv* env = [] {
-        ostr::lang::initialize_globals(nullptr, 0);
-        Arbenv* e = ostr::obj::make_top_level();
-        ostr::obj::store(e, ostr::obj::make_numeric({0.7, 0}, "x", e));
-        return e;
-    }();
-    return env;
-}
-
-// Evaluations per second of eval(text) with x = 0.7 and the names of
-// `setup` in scope, timed by the interpreter (median of five autoranged
-// rounds).
-double python_rate(const std::string& text, const std::string& setup) {
-    std::string cmd =
-        "/usr/bin/python3 -c \"import timeit,statistics\n" + setup +
-        "\ng=dict(globals()); g['x']=0.7\n"
-        "t=timeit.Timer('eval(s, g)', globals={'s': '" + text + "', 'g': g})\n"
-        "n,_=t.autorange()\n"
-        "print(statistics.median(n/t.timeit(n) for _ in range(5)))\"";
-    FILE* p = popen(cmd.c_str(), "r");
-    if (!p) return 0;
-    double rate = 0;
-    if (std::fscanf(p, "%lf", &rate) != 1) rate = 0;
-    pclose(p);
-    return rate;
-}
+Arbenv* environment() { return ostr::bench::environment_with_x(0.7); }
 
 void against_python(benchmark::State& state, const std::string& text, const std::string& python_text,
                     const std::string& setup) {
     Arbenv* env = environment();
     for (auto _ : state) benchmark::DoNotOptimize(ostr::lang::evaluate(text, env));
-    double py = python_rate(python_text, setup);
+    double py = ostr::bench::python_eval_rate(python_text, 0.7, setup);
     state.counters["ours_per_s"] = benchmark::Counter(static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
     state.counters["python_per_s"] = py;
 }

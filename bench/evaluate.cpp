@@ -7,44 +7,18 @@
 #include <cstdlib>
 #include <string>
 
-#include "lang/evaluate.hpp"
-#include "lang/globals.hpp"
-#include "script/environment.hpp"
+#include "bench/evaluator_peer.hpp"
 
 namespace {
 
-Arbenv* environment() {
-    static Arbenv* env = [] {
-        ostr::lang::initialize_globals(nullptr, 0);
-        Arbenv* e = ostr::obj::make_top_level();
-        ostr::obj::store(e, ostr::obj::make_numeric({3, 0}, "x", e));
-        return e;
-    }();
-    return env;
-}
-
-// Evaluations per second of Python 3's eval(text) with x = 3, timed by the
-// interpreter itself (median of five autoranged rounds).
-double python_rate(const std::string& text) {
-    std::string cmd =
-        "/usr/bin/python3 -c \"import timeit,statistics\n"
-        "t=timeit.Timer('eval(s, g)', globals={'s': '" + text + "', 'g': {'x': 3}})\n"
-        "n,_=t.autorange()\n"
-        "print(statistics.median(n/t.timeit(n) for _ in range(5)))\"";
-    FILE* p = popen(cmd.c_str(), "r");
-    if (!p) return 0;
-    double rate = 0;
-    if (std::fscanf(p, "%lf", &rate) != 1) rate = 0;
-    pclose(p);
-    return rate;
-}
+Arbenv* environment() { return ostr::bench::environment_with_x(3); }
 
 void against_python(benchmark::State& state, const std::string& text) {
     Arbenv* env = environment();
     ostr::lang::set_cache_enabled(true);
     for (auto _ : state) benchmark::DoNotOptimize(ostr::lang::evaluate(text, env));
     state.SetItemsProcessed(state.iterations());
-    double py = python_rate(text);
+    double py = ostr::bench::python_eval_rate(text, 3);
     state.counters["python_per_s"] = py;
     state.counters["ours_per_s"] = benchmark::Counter(static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
     state.counters["python_eval_ns"] = py > 0 ? 1e9 / py : 0;

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "script_support.hpp"
+#include "support/doc_examples.hpp"
 
 namespace ostr::test {
 namespace {
@@ -21,26 +22,15 @@ std::string expected(std::string want) {
 }
 
 TEST_F(StatementDoc, EveryExampleHolds) {
-    std::ifstream in(OSTR_TEST_DATA "/../../../docs/language.md");
-    ASSERT_TRUE(in);
-    std::string line;
-    bool inside = false;
-    int examples = 0;
-    while (std::getline(in, line)) {
-        if (line.rfind("```", 0) == 0) {
-            inside = !inside && line == "```script";
-            if (inside) {
-                obj::free_environment(env);
-                env = obj::make_top_level();
-            }
-            continue;
-        }
-        if (!inside || line.empty()) continue;
-        auto arrow = line.find("  ->  ");
-        ASSERT_NE(arrow, std::string::npos) << line;
-        EXPECT_EQ(run(line.substr(0, arrow)), expected(line.substr(arrow + 6))) << line;
-        ++examples;
-    }
+    const int examples = for_each_doc_example(
+        OSTR_TEST_DATA "/../../../docs/language.md", "script",
+        [&] {
+            obj::free_environment(env);
+            env = obj::make_top_level();
+        },
+        [&](const std::string& input, const std::string& want, const std::string& line) {
+            EXPECT_EQ(run(input), expected(want)) << line;
+        });
     EXPECT_GT(examples, 40);
 }
 

@@ -186,8 +186,11 @@ bool call_function(std::string_view text, std::size_t open, Arbenv* env, lang::V
             return true;
         }
     }
+    // Every call counts against the line's pass and time bounds, as a loop
+    // pass does: a recursion that branches stays within the depth bound and
+    // could still run for ever.
     DepthGuard depth(env);
-    if (!depth.ok()) {
+    if (aborted(env) || !depth.ok() || !count_pass(env)) {
         *out = lang::Value::failure(lang::Error::evaluation_aborted);
         return true;
     }

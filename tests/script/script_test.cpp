@@ -203,6 +203,14 @@ TEST_F(ScriptTest, BoundsAbortTheLineOnly) {
     script::limits().max_seconds = 0.05;
     EXPECT_EQ(run("while:1,x=x+1;"), ">evaluation_aborted<");
     EXPECT_EQ(env->abort_text, "time limit");
+    // A recursion that branches: once the nesting bound is hit, no sibling
+    // call starts again; one that stays under the bound runs 2^40 calls,
+    // which count against the time bound.
+    EXPECT_EQ(run("g(n)=g(n+1)+g(n+1),g(1)"), "g(n) <- g(n+1)+g(n+1)\n\n>evaluation_aborted<");
+    EXPECT_EQ(env->abort_text, "nesting too deep");
+    EXPECT_EQ(run("h(n)=if:n<40,h(n+1)+h(n+1),else,0;,h(1)"),
+              "h(n) <- if:n<40,h(n+1)+h(n+1),else,0;\n\n>evaluation_aborted<");
+    EXPECT_EQ(env->abort_text, "time limit");
     script::limits().max_string_bytes = 1000;
     EXPECT_EQ(run(R"(s="abcd",while:1,s=s+s;)"), "s <- \"abcd\"\n\n>evaluation_aborted<");
     EXPECT_EQ(run("s==s"), "1");

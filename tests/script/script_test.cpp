@@ -199,8 +199,13 @@ TEST_F(ScriptTest, BoundsAbortTheLineOnly) {
         {"f(x)=x,f(2)", "f(x) <- x\n\n2"},
     });
     EXPECT_EQ(run("x"), "2007");  // 1001 passes per line, all kept
+    // A formula that doubles until it reaches the size bound: every later
+    // pass that uses it is slow, and the time bound must see each one.
+    run("s=u,for:k=1,k<=16,k=k+1,s=s+s*v;,1");
     script::limits().max_loop_passes = 1'000'000'000;
     script::limits().max_seconds = 0.05;
+    EXPECT_EQ(run("for:k=1,k<=1000,k=k+1,t=s+k;"), ">evaluation_aborted<");
+    EXPECT_EQ(env->abort_text, "time limit");
     EXPECT_EQ(run("while:1,x=x+1;"), ">evaluation_aborted<");
     EXPECT_EQ(env->abort_text, "time limit");
     // A recursion that branches: once the nesting bound is hit, no sibling

@@ -362,36 +362,53 @@ Pair jy_small(double nu, double x) {
     return {power_series(nu, x, -1), recur_up(mu, nu, x, y.first, y.second, -1).value()};
 }
 
+// J'/J at the order nu (CF1), carried down `steps` orders to mu = nu - steps
+// from an unnormalised J_nu = +-1:
+// J_{l-1} = (l/x) J_l + J'_l,  J'_{l-1} = ((l-1)/x) J_{l-1} - J_l.
+// Once J_mu is known, J_nu = sign * J_mu / jl * 2^-e (jnu()).
+struct DownwardJ {
+    double jl = 1, jp = 0;  // J_mu and J'_mu, relative to J_nu = 1
+    int e = 0;              // binary exponent taken out of jl and jp
+    bool ok = false;
+
+    DownwardJ(double nu, double x, double steps) {
+        double f;
+        bool negative;
+        if (!cf1(nu, x, -1, f, negative)) return;
+        jl = negative ? -1 : 1;
+        jp = f * jl;
+        double l = nu;
+        for (double i = 0; i < steps; i += 1, l -= 1) {
+            double jm = l / x * jl + jp;
+            jp = (l - 1) / x * jm - jl;
+            jl = jm;
+            rescale(jl, jp, e);
+        }
+        if (jl == 0) jl = tiny;
+        sign = negative ? -1 : 1;
+        ok = true;
+    }
+    double ratio() const { return jp / jl; }
+    double jnu(double jmu) const { return std::ldexp(jmu / jl * sign, -e); }
+    double sign = 1;  // the sign CF1 gives J_nu, which the start took
+};
+
 Pair jy_steed(double nu, double x) {
     double nl = std::max(0.0, std::floor(nu - x + 1.5));
     double mu = nu - nl;
-    double f;
-    bool negative;
-    if (!cf1(nu, x, -1, f, negative)) return {nan, nan};
-    // Downward recurrence from nu to mu, starting from J_nu = +-1:
-    // J_{l-1} = (l/x) J_l + J'_l,  J'_{l-1} = ((l-1)/x) J_{l-1} - J_l.
-    double jl = negative ? -1 : 1, jp = f * jl;
-    int e = 0;
-    double l = nu;
-    for (double i = 0; i < nl; i += 1, l -= 1) {
-        double jm = l / x * jl + jp;
-        jp = (l - 1) / x * jm - jl;
-        jl = jm;
-        rescale(jl, jp, e);
-    }
-    if (jl == 0) jl = tiny;
-    double fmu = jp / jl;
+    DownwardJ down(nu, x, nl);
+    if (!down.ok) return {nan, nan};
+    double fmu = down.ratio();
     double p, q;
     if (!cf2_jy(mu, x, p, q)) return {nan, nan};
     // With Y = gamma J the Wronskian gives J^2 = W / (q (1 + gamma^2)).
     double w = 2 / (pi * x);
     double gam = (p - fmu) / q;
-    double jmu = std::copysign(std::sqrt(w / (q + gam * (p - fmu))), jl);
+    double jmu = std::copysign(std::sqrt(w / (q + gam * (p - fmu))), down.jl);
     double ymu = gam * jmu;
     double ypmu = p * ymu + q * jmu;
     double ymu1 = mu / x * ymu - ypmu;
-    double jnu = std::ldexp(jmu / jl * (negative ? -1 : 1), -e);
-    return {jnu, recur_up(mu, nu, x, ymu, ymu1, -1).value()};
+    return {down.jnu(jmu), recur_up(mu, nu, x, ymu, ymu1, -1).value()};
 }
 
 // x >= 20 with an order too large for the Hankel expansion itself: J and Y
@@ -417,23 +434,10 @@ Pair jy_large(double nu, double x) {
     Scaled ymu = recur_up(mu0, mu, x, a.second, b.second, -1);
     Scaled ymu1 = recur_up(mu0, mu + 1, x, a.second, b.second, -1);
     double y0 = ymu.value(), y1 = ymu1.value();
-    double f;
-    bool negative;
-    if (!cf1(nu, x, -1, f, negative)) return {nan, nan};
-    double jl = negative ? -1 : 1, jp = f * jl;
-    int e = 0;
-    double l = nu;
-    for (double i = std::nearbyint(nu - mu); i > 0; i -= 1, l -= 1) {
-        double jm = l / x * jl + jp;
-        jp = (l - 1) / x * jm - jl;
-        jl = jm;
-        rescale(jl, jp, e);
-    }
-    if (jl == 0) jl = tiny;
-    double fmu = jp / jl;
-    double jmu = 2 / (pi * x) / (mu / x * y0 - y1 - fmu * y0);
-    double jnu = std::ldexp(jmu / jl * (negative ? -1 : 1), -e);
-    return {jnu, recur_up(mu, nu, x, y0, y1, -1).value()};
+    DownwardJ down(nu, x, std::nearbyint(nu - mu));
+    if (!down.ok) return {nan, nan};
+    double jmu = 2 / (pi * x) / (mu / x * y0 - y1 - down.ratio() * y0);
+    return {down.jnu(jmu), recur_up(mu, nu, x, y0, y1, -1).value()};
 }
 
 // ---- I and K ----------------------------------------------------------------

@@ -14,6 +14,7 @@
 #include "lang/globals.hpp"
 #include "lang/numtext_adapter.hpp"
 #include "lang/scan.hpp"
+#include "numeric/special.hpp"
 #include "script/environment.hpp"
 
 namespace ostr::lang {
@@ -318,17 +319,19 @@ private:
     }
 
     // "!" is the gamma function shifted by one (the factorial on the
-    // integers), for real numbers; "'" the complex conjugate. On a formula
+    // integers), for real and complex numbers; "'" the complex conjugate. On a formula
     // the postfix stays in the text, which keeps its meaning for any value
     // the names take later.
     Value postfix(const Node& n, Value v) {
         if (v.kind == Value::Kind::number) {
             if (n.op == '\'') return Value::number({v.num.re, 0.0 - v.num.im});
             // An imaginary part below 1e-15 of the real part is rounding
-            // noise (it is not shown either); the argument counts as real.
-            if (std::fabs(v.num.im) > 1e-15 * std::fabs(v.num.re)) return Value::failure();
-            double g = std::tgamma(v.num.re + 1);
-            if (std::isfinite(g)) return Value::number({g, 0});
+            // noise (it is not shown either); the argument counts as real,
+            // and the integers get their correctly rounded factorials.
+            Complex g{special::factorial(v.num.re), 0};
+            if (std::fabs(v.num.im) > 1e-15 * std::fabs(v.num.re))
+                g = special::gamma(Complex{v.num.re + 1, v.num.im});
+            if (std::isfinite(g.re) && std::isfinite(g.im)) return Value::number(g);
             return Value::formula_of(Text(text(n)));
         }
         if (v.is_error()) return poisoned(v, v).value();

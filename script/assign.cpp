@@ -41,16 +41,36 @@ std::shared_ptr<const Function> parse_definition(std::string_view def) {
     return f;
 }
 
+// Analyses kept by the text they came from. The budget counts the texts
+// (an analysis is about the size of its text); past it the cache starts
+// afresh, so a session that defines ever new functions stays bounded.
 template <class T>
-using TextCache = std::unordered_map<Text, std::shared_ptr<const T>, lang::TextHash, lang::TextEq>;
+class TextCache {
+public:
+    template <class Make>
+    std::shared_ptr<const T> get(std::string_view text, Make make) {
+        if (auto it = map_.find(text); it != map_.end()) return it->second;
+        std::shared_ptr<const T> made = make();
+        if (text.size() > max_text || text.find('\xFF') != std::string_view::npos) return made;
+        if (bytes_ + text.size() > max_bytes) {
+            map_.clear();
+            bytes_ = 0;
+        }
+        bytes_ += text.size();
+        map_.emplace(Text(text), made);
+        return made;
+    }
+
+private:
+    static constexpr std::size_t max_text = std::size_t{1} << 20;
+    static constexpr std::size_t max_bytes = std::size_t{8} << 20;
+    std::unordered_map<Text, std::shared_ptr<const T>, lang::TextHash, lang::TextEq> map_;
+    std::size_t bytes_ = 0;
+};
 
 std::shared_ptr<const Function> function_of(std::string_view def) {
     static TextCache<Function> cache;
-    if (auto it = cache.find(def); it != cache.end()) return it->second;
-    if (cache.size() > 4096) cache.clear();
-    auto f = parse_definition(def);
-    cache.emplace(Text(def), f);
-    return f;
+    return cache.get(def, [&] { return parse_definition(def); });
 }
 
 // The argument texts of a call, analysed once per call text.
@@ -60,13 +80,12 @@ struct Arguments {
 
 std::shared_ptr<const Arguments> arguments_of(std::string_view inside) {
     static TextCache<Arguments> cache;
-    if (auto it = cache.find(inside); it != cache.end()) return it->second;
-    if (cache.size() > 4096) cache.clear();
-    auto a = std::make_shared<Arguments>();
-    if (!inside.empty())
-        for (std::string_view p : lang::scan::split_commas(inside)) a->args.push_back(lang::prepare(p));
-    if (inside.size() <= 4096 && inside.find('\xFF') == std::string_view::npos) cache.emplace(Text(inside), a);
-    return a;
+    return cache.get(inside, [&] {
+        auto a = std::make_shared<Arguments>();
+        if (!inside.empty())
+            for (std::string_view p : lang::scan::split_commas(inside)) a->args.push_back(lang::prepare(p));
+        return a;
+    });
 }
 
 // f(x,y): a plain name and a list of distinct plain names.

@@ -31,6 +31,14 @@ std::int64_t next_size(std::int64_t size, std::int64_t n, Growth rule) noexcept 
 // Grows until n bytes fit at the position: one step of the rule, more only
 // when the position was moved past the end. Zeroes everything new,
 // including a gap before the position.
+// Streams carry user data (the state file is one), so a buffer is wiped
+// before it is released.
+void release_buffer(MemFile* m) noexcept {
+    if (m->data && m->size > 0) wipe(m->data, static_cast<std::size_t>(m->size));
+    mem_free(m->data);
+    m->data = nullptr;
+}
+
 bool grow(MemFile* m, std::size_t n, Growth rule) noexcept {
     const std::int64_t need = static_cast<std::int64_t>(m->position) + static_cast<std::int64_t>(n);
     if (need > INT32_MAX) return false;
@@ -40,10 +48,14 @@ bool grow(MemFile* m, std::size_t n, Growth rule) noexcept {
         size = next_size(size, static_cast<std::int64_t>(n), rule);
     } while (size < need);
     if (size > INT32_MAX) size = INT32_MAX;
-    auto* data = static_cast<unsigned char*>(mem_realloc(m->data, static_cast<std::size_t>(size)));
+    // A new buffer rather than realloc: the old one may hold a serialised
+    // environment, and it is wiped before it goes back to the allocator.
+    auto* data = static_cast<unsigned char*>(mem_alloc(static_cast<std::size_t>(size)));
     if (!data) return false;
     const std::int64_t from = rule == Growth::mem_write ? std::min<std::int64_t>(m->position, old) : old;
+    if (from > 0) std::memcpy(data, m->data, static_cast<std::size_t>(from));
     std::memset(data + from, 0, static_cast<std::size_t>(size - from));
+    release_buffer(m);
     m->data = data;
     m->size = static_cast<std::int32_t>(size);
     return true;
@@ -87,7 +99,7 @@ MemFile* mem_open(std::int32_t size) noexcept {
 
 void mem_close(MemFile* m) noexcept {
     if (!m) return;
-    mem_free(m->data);
+    release_buffer(m);
     mem_free(m);
 }
 

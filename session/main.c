@@ -45,7 +45,8 @@ static int read_line(Line *line) {
     int c;
     while ((c = getchar()) != '\n' && c != EOF) {
         line->text[line->count++] = (char)c;
-        if (line->count == line->capacity && !grow(line)) break;
+        /* Room for the terminator is kept even when the buffer cannot grow. */
+        if (line->count + 1 == line->capacity && !grow(line)) break;
     }
     line->text[line->count] = '\0';
     return 1;

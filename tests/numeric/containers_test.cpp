@@ -1,6 +1,6 @@
 // Counted vectors and matrices: one typed body over the five element kinds
-// (each kind's C functions gathered in one record), checked against a plain
-// model of rows of element codes, and under out-of-memory sweeps.
+// (the templates behind the one-line C names), checked against a plain model
+// of rows of element codes, and under out-of-memory sweeps.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -9,83 +9,32 @@
 #include <random>
 #include <vector>
 
+#include "numeric/containers.hpp"
 #include "ostravine/numeric.h"
 #include "support/counting_alloc.hpp"
 
 namespace ostr::test {
 namespace {
 
-#define OSTR_KIND_FAMILIES(S)                          \
-    static constexpr auto copy_vector = CopyVector##S; \
-    static constexpr auto copy_matrix = CopyMatrix##S; \
-    static constexpr auto copy_vector_ip = CopyVectorIP##S; \
-    static constexpr auto copy_matrix_ip = CopyMatrixIP##S; \
-    static constexpr auto extend_vector = ExtendVector##S; \
-    static constexpr auto extend_matrix = ExtendMatrix##S; \
-    static constexpr auto crop_vector = CropVector##S; \
-    static constexpr auto crop_vector_centered = CropVectorCentered##S; \
-    static constexpr auto crop_matrix = CropMatrix##S; \
-    static constexpr auto crop_matrix_centered = CropMatrixCentered##S; \
-    static constexpr auto join_vector = JoinVector##S; \
-    static constexpr auto augment_vector = AugmentVector##S; \
-    static constexpr auto join_matrix_h = JoinMatrixH##S; \
-    static constexpr auto join_matrix_v = JoinMatrixV##S; \
-    static constexpr auto augment_matrix_h = AugmentMatrixH##S; \
-    static constexpr auto augment_matrix_v = AugmentMatrixV##S; \
-    static constexpr auto append_matrix = AppendMatrix##S; \
-    static constexpr auto insert_row = InsertRow##S; \
-    static constexpr auto insert_col = InsertCol##S; \
-    static constexpr auto remove_row = RemoveRow##S; \
-    static constexpr auto remove_col = RemoveCol##S; \
-    static constexpr auto swap_rows = SwapRows##S; \
-    static constexpr auto swap_cols = SwapCols##S; \
-    static constexpr auto reorder = ReorderV##S;
+using namespace ostr::num;
 
-struct DoubleKind {
-    using T = double;
-    static constexpr auto vector = Vector;
-    static constexpr auto matrix = Matrix;
-    static constexpr auto free_matrix = FreeMatrix;
-    static T of(int v) { return v + 0.25; }
-    static int count(T s) { return static_cast<int>(s); }
-    OSTR_KIND_FAMILIES()
-};
-struct ComplexKind {
-    using T = Complex;
-    static constexpr auto vector = VectorC;
-    static constexpr auto matrix = MatrixC;
-    static constexpr auto free_matrix = FreeMatrixC;
-    static T of(int v) { return {v + 0.5, -v - 0.75}; }
-    static int count(T s) { return s.im == 0 ? static_cast<int>(s.re) : -999; }
-    OSTR_KIND_FAMILIES(C)
-};
-struct IntKind {
-    using T = std::int32_t;
-    static constexpr auto vector = Vector0L;
-    static constexpr auto matrix = MatrixL;
-    static constexpr auto free_matrix = FreeMatrixL;
-    static T of(int v) { return v * 3 + 1; }
-    static int count(T s) { return s; }
-    OSTR_KIND_FAMILIES(L)
-};
-struct FloatKind {
-    using T = float;
-    static constexpr auto vector = VectorF;
-    static constexpr auto matrix = MatrixF;
-    static constexpr auto free_matrix = FreeMatrixF;
-    static T of(int v) { return v + 0.5f; }
-    static int count(T s) { return static_cast<int>(s); }
-    OSTR_KIND_FAMILIES(F)
-};
-struct UIntKind {
-    using T = std::uint32_t;
-    static constexpr auto vector = VectorUInt32;
-    static constexpr auto matrix = MatrixUInt32;
-    static constexpr auto free_matrix = FreeMatrixUInt32;
-    static T of(int v) { return static_cast<T>(v) * 7u + 0x80000000u; }
-    static int count(T s) { return static_cast<int>(s); }
-    OSTR_KIND_FAMILIES(UInt32)
-};
+// The test's element codes per kind: code v as a distinct value (not a
+// whole number, a negative imaginary part, the top bit set), and a size
+// slot read back as a count (a Complex count must have no imaginary part).
+template <class K>
+Elem<K> of(int v) {
+    using T = Elem<K>;
+    if constexpr (std::is_same_v<T, double>) return v + 0.25;
+    else if constexpr (std::is_same_v<T, Complex>) return {v + 0.5, -v - 0.75};
+    else if constexpr (std::is_same_v<T, float>) return v + 0.5f;
+    else if constexpr (std::is_same_v<T, std::int32_t>) return v * 3 + 1;
+    else return static_cast<T>(v) * 7u + 0x80000000u;
+}
+template <class K>
+int count(const Elem<K>& s) {
+    if constexpr (std::is_same_v<Elem<K>, Complex>) return s.im == 0 ? static_cast<int>(s.re) : -999;
+    else return static_cast<int>(s);
+}
 
 template <class T>
 bool same(T a, T b) { return a == b; }
@@ -95,30 +44,30 @@ bool same(Complex a, Complex b) { return a.re == b.re && a.im == b.im; }
 using Model = std::vector<std::vector<int>>;
 
 template <class K>
-typename K::T elem(int code) {
-    return code == 0 ? typename K::T{} : K::of(code);
+Elem<K> elem(int code) {
+    return code == 0 ? Elem<K>{} : of<K>(code);
 }
 
 template <class K>
-typename K::T* make_vector(const std::vector<int>& codes) {
-    auto* v = K::vector(static_cast<std::int32_t>(codes.size()));
+Elem<K>* make_vector(const std::vector<int>& codes) {
+    auto* v = vector_raw<K>(static_cast<std::int32_t>(codes.size()), Fill::none);
     for (std::size_t i = 0; i < codes.size(); ++i) v[i + 1] = elem<K>(codes[i]);
     return v;
 }
 
 template <class K>
-::testing::AssertionResult vector_is(const typename K::T* v, const std::vector<int>& codes) {
+::testing::AssertionResult vector_is(const Elem<K>* v, const std::vector<int>& codes) {
     if (!v) return ::testing::AssertionFailure() << "null vector";
-    if (K::count(v[0]) != static_cast<int>(codes.size()))
-        return ::testing::AssertionFailure() << "length " << K::count(v[0]) << ", want " << codes.size();
+    if (count<K>(v[0]) != static_cast<int>(codes.size()))
+        return ::testing::AssertionFailure() << "length " << count<K>(v[0]) << ", want " << codes.size();
     for (std::size_t i = 0; i < codes.size(); ++i)
         if (!same(v[i + 1], elem<K>(codes[i]))) return ::testing::AssertionFailure() << "slot " << i + 1;
     return ::testing::AssertionSuccess();
 }
 
 template <class K>
-typename K::T** make_matrix(const Model& rows, int cols) {
-    auto** m = K::matrix(static_cast<std::int32_t>(rows.size()), cols);
+Elem<K>** make_matrix(const Model& rows, int cols) {
+    auto** m = matrix_raw<K>(static_cast<std::int32_t>(rows.size()), cols, Fill::none);
     for (std::size_t i = 0; i < rows.size(); ++i)
         for (int j = 0; j < cols; ++j) m[i + 1][j + 1] = elem<K>(rows[i][j]);
     return m;
@@ -133,12 +82,12 @@ Model grid(int r, int c, int base = 1) {
 }
 
 template <class K>
-::testing::AssertionResult matrix_is(typename K::T** m, const Model& rows, int cols) {
+::testing::AssertionResult matrix_is(Elem<K>** m, const Model& rows, int cols) {
     if (!m) return ::testing::AssertionFailure() << "null matrix";
-    if (K::count(*m[0]) != static_cast<int>(rows.size()))
-        return ::testing::AssertionFailure() << "rows " << K::count(*m[0]) << ", want " << rows.size();
+    if (count<K>(*m[0]) != static_cast<int>(rows.size()))
+        return ::testing::AssertionFailure() << "rows " << count<K>(*m[0]) << ", want " << rows.size();
     for (std::size_t i = 0; i < rows.size(); ++i) {
-        if (K::count(m[i + 1][0]) != cols) return ::testing::AssertionFailure() << "row " << i + 1 << " length";
+        if (count<K>(m[i + 1][0]) != cols) return ::testing::AssertionFailure() << "row " << i + 1 << " length";
         for (int j = 0; j < cols; ++j)
             if (!same(m[i + 1][j + 1], elem<K>(rows[i][j])))
                 return ::testing::AssertionFailure() << "element " << i + 1 << "," << j + 1;
@@ -148,7 +97,7 @@ template <class K>
 
 template <class K>
 class Containers : public ::testing::Test {};
-using Kinds = ::testing::Types<DoubleKind, ComplexKind, IntKind, FloatKind, UIntKind>;
+using Kinds = ::testing::Types<KindD, KindC, KindL, KindF, KindU>;
 TYPED_TEST_SUITE(Containers, Kinds);
 
 // In-place copies write data slots only: a larger destination keeps its
@@ -157,15 +106,15 @@ TYPED_TEST(Containers, InPlaceCopiesKeepTheDestinationsSizes) {
     using K = TypeParam;
     auto* src = make_vector<K>({1, 2, 3});
     auto* dst = make_vector<K>({9, 9, 9, 9, 9});
-    K::copy_vector_ip(src, dst);
+    vector_copy_into<K>(src, dst);
     EXPECT_TRUE(vector_is<K>(dst, {1, 2, 3, 9, 9}));
-    K::copy_vector_ip(dst, dst);
+    vector_copy_into<K>(dst, dst);
     EXPECT_TRUE(vector_is<K>(dst, {1, 2, 3, 9, 9}));
     auto** ms = make_matrix<K>(grid(2, 2), 2);
     auto** md = make_matrix<K>(grid(3, 3, 50), 3);
-    K::copy_matrix_ip(ms, md);
+    matrix_copy_into<K>(ms, md);
     EXPECT_TRUE(matrix_is<K>(md, {{1, 2, 52}, {3, 4, 55}, {56, 57, 58}}, 3));
-    FreeVector(src), FreeVector(dst), K::free_matrix(ms), K::free_matrix(md);
+    FreeVector(src), FreeVector(dst), matrix_free<K>(ms), matrix_free<K>(md);
 }
 
 TYPED_TEST(Containers, ExtendGrowsOnlyAndKeepsPositions) {
@@ -174,24 +123,24 @@ TYPED_TEST(Containers, ExtendGrowsOnlyAndKeepsPositions) {
     auto* v = make_vector<K>({1, 2, 3});
     auto* before = v;
     for (int n : {-4, 0, 2, 3}) {
-        K::extend_vector(&v, n);
+        vector_extend<K>(&v, n);
         EXPECT_EQ(v, before) << n;
         EXPECT_TRUE(vector_is<K>(v, {1, 2, 3}));
     }
-    K::extend_vector(&v, 6);
-    EXPECT_EQ(K::count(v[0]), 6);
-    for (int i = 1; i <= 3; ++i) EXPECT_TRUE(same(v[i], K::of(i)));
+    vector_extend<K>(&v, 6);
+    EXPECT_EQ(count<K>(v[0]), 6);
+    for (int i = 1; i <= 3; ++i) EXPECT_TRUE(same(v[i], of<K>(i)));
 
     auto** m = make_matrix<K>(grid(2, 3), 3);
     auto** mbefore = m;
-    K::extend_matrix(&m, 2, 1);
+    matrix_extend<K>(&m, 2, 1);
     EXPECT_EQ(m, mbefore);
-    K::extend_matrix(&m, 4, 2);  // wider in rows only: columns stay 3
-    EXPECT_EQ(K::count(*m[0]), 4);
-    EXPECT_EQ(K::count(m[4][0]), 3);
+    matrix_extend<K>(&m, 4, 2);  // wider in rows only: columns stay 3
+    EXPECT_EQ(count<K>(*m[0]), 4);
+    EXPECT_EQ(count<K>(m[4][0]), 3);
     for (int i = 1; i <= 2; ++i)
-        for (int j = 1; j <= 3; ++j) EXPECT_TRUE(same(m[i][j], K::of((i - 1) * 3 + j)));
-    FreeVector(v), K::free_matrix(m);
+        for (int j = 1; j <= 3; ++j) EXPECT_TRUE(same(m[i][j], of<K>((i - 1) * 3 + j)));
+    FreeVector(v), matrix_free<K>(m);
     EXPECT_EQ(counter.live(), 0);
 }
 
@@ -208,7 +157,7 @@ TYPED_TEST(Containers, CropsClampToTheVector) {
     };
     auto* v = make_vector<K>({1, 2, 3, 4, 5, 6});
     for (const auto& c : cases) {
-        auto* r = K::crop_vector(v, c.a, c.b);
+        auto* r = vector_crop<K>(v, c.a, c.b);
         EXPECT_TRUE(vector_is<K>(r, c.want)) << c.a << ".." << c.b;
         FreeVector(r);
     }
@@ -216,7 +165,7 @@ TYPED_TEST(Containers, CropsClampToTheVector) {
     const CropCase centred[] = {{2, 0, {3, 4}}, {3, 0, {2, 3, 4}}, {1, 0, {3}}, {0, 0, {}},
                                 {6, 0, {1, 2, 3, 4, 5, 6}}, {9, 0, {1, 2, 3, 4, 5, 6}}, {-1, 0, {}}};
     for (const auto& c : centred) {
-        auto* r = K::crop_vector_centered(v, c.a);
+        auto* r = vector_crop_centered<K>(v, c.a);
         EXPECT_TRUE(vector_is<K>(r, c.want)) << "centred " << c.a;
         FreeVector(r);
     }
@@ -226,14 +175,14 @@ TYPED_TEST(Containers, CropsClampToTheVector) {
 TYPED_TEST(Containers, MatrixCropsTakeInclusiveRanges) {
     using K = TypeParam;
     auto** m = make_matrix<K>(grid(4, 5), 5);
-    auto** row2 = K::crop_matrix(m, 2, 2, 1, 5);
+    auto** row2 = matrix_crop<K>(m, 2, 2, 1, 5);
     EXPECT_TRUE(matrix_is<K>(row2, {{6, 7, 8, 9, 10}}, 5));
-    auto** block = K::crop_matrix(m, 0, 2, 4, 9);
+    auto** block = matrix_crop<K>(m, 0, 2, 4, 9);
     EXPECT_TRUE(matrix_is<K>(block, {{4, 5}, {9, 10}}, 2));
-    auto** centre = K::crop_matrix_centered(m, 2, 3);
+    auto** centre = matrix_crop_centered<K>(m, 2, 3);
     EXPECT_TRUE(matrix_is<K>(centre, {{7, 8, 9}, {12, 13, 14}}, 3));
-    for (auto** x : {row2, block, centre}) K::free_matrix(x);
-    K::free_matrix(m);
+    for (auto** x : {row2, block, centre}) matrix_free<K>(x);
+    matrix_free<K>(m);
 }
 
 TYPED_TEST(Containers, JoinsPadTheShorterSideWithZeros) {
@@ -241,23 +190,23 @@ TYPED_TEST(Containers, JoinsPadTheShorterSideWithZeros) {
     CountingAlloc counter;
     auto* a = make_vector<K>({1, 2});
     auto* b = make_vector<K>({3});
-    auto* j = K::join_vector(a, b);
+    auto* j = vector_join<K>(a, b);
     EXPECT_TRUE(vector_is<K>(j, {1, 2, 3}));
-    K::augment_vector(&a, a);  // aliasing: b is the old a
+    vector_augment<K>(&a, a);  // aliasing: b is the old a
     EXPECT_TRUE(vector_is<K>(a, {1, 2, 1, 2}));
 
     auto** ma = make_matrix<K>(grid(2, 2), 2);
     auto** mb = make_matrix<K>(grid(1, 3, 10), 3);
-    auto** h = K::join_matrix_h(ma, mb);
+    auto** h = matrix_join_h<K>(ma, mb);
     EXPECT_TRUE(matrix_is<K>(h, {{1, 2, 0}, {3, 4, 0}, {10, 11, 12}}, 3));
-    auto** v = K::join_matrix_v(ma, mb);
+    auto** v = matrix_join_v<K>(ma, mb);
     EXPECT_TRUE(matrix_is<K>(v, {{1, 2, 10, 11, 12}, {3, 4, 0, 0, 0}}, 5));
-    K::augment_matrix_v(&ma, ma);
+    matrix_augment_v<K>(&ma, ma);
     EXPECT_TRUE(matrix_is<K>(ma, {{1, 2, 1, 2}, {3, 4, 3, 4}}, 4));
-    K::augment_matrix_h(&ma, mb);
+    matrix_augment_h<K>(&ma, mb);
     EXPECT_TRUE(matrix_is<K>(ma, {{1, 2, 1, 2}, {3, 4, 3, 4}, {10, 11, 12, 0}}, 4));
     FreeVector(a), FreeVector(b), FreeVector(j);
-    for (auto** x : {ma, mb, h, v}) K::free_matrix(x);
+    for (auto** x : {ma, mb, h, v}) matrix_free<K>(x);
     EXPECT_EQ(counter.live(), 0);
 }
 
@@ -274,14 +223,13 @@ TYPED_TEST(Containers, RowAndColumnEditsFollowTheModel) {
     for (int step = 0; step < 400; ++step) {
         const int rows = static_cast<int>(model.size());
         const int op = std::uniform_int_distribution<int>(0, 6)(rng);
-        if (op == 0 || op == 1) {  // insert or append a row of random length
+        if (op == 0 || op == 1) {  // insert a row of random length, or append one (clamped)
             const int len = std::uniform_int_distribution<int>(0, cols + 2)(rng);
             std::vector<int> codes(len);
             for (auto& c : codes) c = next++;
             auto* row = make_vector<K>(codes);
-            int at = op == 0 ? pick(rows) : rows + 1;
-            op == 0 ? K::insert_row(&m, at, row) : K::append_matrix(&m, row);
-            at = std::clamp(at, 1, rows + 1);
+            const int at = std::clamp(op == 0 ? pick(rows) : INT32_MAX, 1, rows + 1);
+            matrix_insert_row<K>(&m, op == 0 ? at : INT32_MAX, row);
             if (rows == 0) cols = len;
             codes.resize(cols, 0);
             model.insert(model.begin() + at - 1, codes);
@@ -292,34 +240,34 @@ TYPED_TEST(Containers, RowAndColumnEditsFollowTheModel) {
             for (auto& c : codes) c = next++;
             auto* col = make_vector<K>(codes);
             const int at = std::clamp(pick(cols), 1, cols + 1);
-            K::insert_col(&m, at, col);
+            matrix_insert_col<K>(&m, at, col);
             for (int i = 0; i < rows; ++i) model[i].insert(model[i].begin() + at - 1, i < len ? codes[i] : 0);
             ++cols;
             FreeVector(col);
         } else if (op == 3) {
             const int i = pick(rows);
-            K::remove_row(m, i);
+            matrix_remove_row<K>(m, i);
             if (i >= 1 && i <= rows) model.erase(model.begin() + i - 1);
         } else if (op == 4 && rows > 0) {
             const int j = pick(cols);
-            K::remove_col(m, j);
+            matrix_remove_col<K>(m, j);
             if (j >= 1 && j <= cols) {
                 for (auto& r : model) r.erase(r.begin() + j - 1);
                 --cols;
             }
         } else if (op == 5) {
             const int i = pick(rows), j = pick(rows);
-            K::swap_rows(m, i, j);
+            matrix_swap_rows<K>(m, i, j);
             if (i >= 1 && i <= rows && j >= 1 && j <= rows) std::swap(model[i - 1], model[j - 1]);
         } else if (op == 6) {
             const int i = pick(cols), j = pick(cols);
-            K::swap_cols(m, i, j);
+            matrix_swap_cols<K>(m, i, j);
             if (i >= 1 && i <= cols && j >= 1 && j <= cols && rows > 0)
                 for (auto& r : model) std::swap(r[i - 1], r[j - 1]);
         }
         ASSERT_TRUE(matrix_is<K>(m, model, cols)) << "step " << step << " op " << op;
     }
-    K::free_matrix(m);
+    matrix_free<K>(m);
     EXPECT_EQ(counter.live(), 0);
 }
 
@@ -327,7 +275,7 @@ TYPED_TEST(Containers, ReorderPicksSlotsAndZeroesStrayIndices) {
     using K = TypeParam;
     auto* v = make_vector<K>({1, 2, 3, 4});
     std::int32_t order[] = {6, 4, 1, 0, 5, -2, 4};
-    auto* r = K::reorder(v, order);
+    auto* r = vector_reorder<K>(v, order);
     EXPECT_TRUE(vector_is<K>(r, {4, 1, 0, 0, 0, 4}));
     FreeVector(v), FreeVector(r);
 }
@@ -335,16 +283,16 @@ TYPED_TEST(Containers, ReorderPicksSlotsAndZeroesStrayIndices) {
 // The kinds without fallbacks hand out NULL; passing it on must be harmless.
 TYPED_TEST(Containers, NullContainersYieldNullOrNothing) {
     using K = TypeParam;
-    using T = typename K::T;
+    using T = Elem<K>;
     T* v = nullptr;
     T** m = nullptr;
     std::int32_t order[] = {0};
-    EXPECT_EQ(K::copy_vector(nullptr), nullptr);
-    EXPECT_EQ(K::crop_vector(nullptr, 1, 2), nullptr);
-    EXPECT_EQ(K::crop_matrix(nullptr, 1, 1, 1, 1), nullptr);
-    EXPECT_EQ(K::reorder(nullptr, order), nullptr);
-    K::extend_vector(&v, 3), K::augment_vector(&v, nullptr), K::extend_matrix(&m, 2, 2);
-    K::insert_row(&m, 1, nullptr), K::remove_row(nullptr, 1), K::swap_cols(nullptr, 1, 2);
+    EXPECT_EQ(vector_copy<K>(nullptr), nullptr);
+    EXPECT_EQ(vector_crop<K>(nullptr, 1, 2), nullptr);
+    EXPECT_EQ(matrix_crop<K>(nullptr, 1, 1, 1, 1), nullptr);
+    EXPECT_EQ(vector_reorder<K>(nullptr, order), nullptr);
+    vector_extend<K>(&v, 3), vector_augment<K>(&v, nullptr), matrix_extend<K>(&m, 2, 2);
+    matrix_insert_row<K>(&m, 1, nullptr), matrix_remove_row<K>(nullptr, 1), matrix_swap_cols<K>(nullptr, 1, 2);
     EXPECT_TRUE(v == nullptr && m == nullptr);
 }
 
@@ -355,7 +303,7 @@ TYPED_TEST(Containers, NullContainersYieldNullOrNothing) {
 // built; a handle step, by changing the handle.
 TYPED_TEST(Containers, AllocationFailureLeavesWholeResultsOrNothing) {
     using K = TypeParam;
-    using T = typename K::T;
+    using T = Elem<K>;
     auto built = [](T* r, const std::vector<int>& want) {
         if (r) EXPECT_TRUE(vector_is<K>(r, want));
         FreeVector(r);
@@ -363,26 +311,25 @@ TYPED_TEST(Containers, AllocationFailureLeavesWholeResultsOrNothing) {
     };
     auto built_matrix = [](T** r, const Model& want, int cols) {
         if (r) EXPECT_TRUE(matrix_is<K>(r, want, cols));
-        K::free_matrix(r);
+        matrix_free<K>(r);
         return r != nullptr;
     };
     std::int32_t order[] = {2, 3, 1};
     const std::function<bool(T*&, T**&)> steps[] = {
-        [&](T*& v, T**&) { return built(K::copy_vector(v), {1, 2, 3}); },
-        [&](T*& v, T**&) { return built(K::crop_vector(v, 2, 3), {2, 3}); },
-        [&](T*& v, T**&) { return built(K::join_vector(v, v), {1, 2, 3, 1, 2, 3}); },
-        [&](T*& v, T**&) { return built(K::reorder(v, order), {3, 1}); },
-        [&](T*&, T**& m) { return built_matrix(K::copy_matrix(m), grid(2, 3), 3); },
-        [&](T*&, T**& m) { return built_matrix(K::crop_matrix_centered(m, 1, 2), {{1, 2}}, 2); },
-        [&](T*&, T**& m) { return built_matrix(K::join_matrix_v(m, m), {{1, 2, 3, 1, 2, 3}, {4, 5, 6, 4, 5, 6}}, 6); },
-        [](T*& v, T**&) { return K::extend_vector(&v, 9), false; },
-        [](T*& v, T**&) { return K::augment_vector(&v, v), false; },
-        [](T*&, T**& m) { return K::extend_matrix(&m, 4, 4), false; },
-        [](T*&, T**& m) { return K::augment_matrix_h(&m, m), false; },
-        [](T*&, T**& m) { return K::augment_matrix_v(&m, m), false; },
-        [](T*& v, T**& m) { return K::insert_row(&m, 2, v), false; },
-        [](T*& v, T**& m) { return K::append_matrix(&m, v), false; },
-        [](T*& v, T**& m) { return K::insert_col(&m, 1, v), false; },
+        [&](T*& v, T**&) { return built(vector_copy<K>(v), {1, 2, 3}); },
+        [&](T*& v, T**&) { return built(vector_crop<K>(v, 2, 3), {2, 3}); },
+        [&](T*& v, T**&) { return built(vector_join<K>(v, v), {1, 2, 3, 1, 2, 3}); },
+        [&](T*& v, T**&) { return built(vector_reorder<K>(v, order), {3, 1}); },
+        [&](T*&, T**& m) { return built_matrix(matrix_copy<K>(m), grid(2, 3), 3); },
+        [&](T*&, T**& m) { return built_matrix(matrix_crop_centered<K>(m, 1, 2), {{1, 2}}, 2); },
+        [&](T*&, T**& m) { return built_matrix(matrix_join_v<K>(m, m), {{1, 2, 3, 1, 2, 3}, {4, 5, 6, 4, 5, 6}}, 6); },
+        [](T*& v, T**&) { return vector_extend<K>(&v, 9), false; },
+        [](T*& v, T**&) { return vector_augment<K>(&v, v), false; },
+        [](T*&, T**& m) { return matrix_extend<K>(&m, 4, 4), false; },
+        [](T*&, T**& m) { return matrix_augment_h<K>(&m, m), false; },
+        [](T*&, T**& m) { return matrix_augment_v<K>(&m, m), false; },
+        [](T*& v, T**& m) { return matrix_insert_row<K>(&m, 2, v), false; },
+        [](T*& v, T**& m) { return matrix_insert_col<K>(&m, 1, v), false; },
     };
     for (std::size_t s = 0; s < std::size(steps); ++s) {
         for (long k = 0;; ++k) {
@@ -399,7 +346,7 @@ TYPED_TEST(Containers, AllocationFailureLeavesWholeResultsOrNothing) {
                 EXPECT_TRUE(vector_is<K>(v, {1, 2, 3})) << s << " " << k;
                 EXPECT_TRUE(matrix_is<K>(m, grid(2, 3), 3)) << s << " " << k;
             }
-            FreeVector(v), K::free_matrix(m);
+            FreeVector(v), matrix_free<K>(m);
             EXPECT_EQ(counter.live(), 0) << s << " " << k;
             if (done) break;
             ASSERT_LT(k, 20) << s;

@@ -305,12 +305,12 @@ TYPED_TEST(Containers, AllocationFailureLeavesWholeResultsOrNothing) {
     using K = TypeParam;
     using T = Elem<K>;
     auto built = [](T* r, const std::vector<int>& want) {
-        if (r) EXPECT_TRUE(vector_is<K>(r, want));
+        EXPECT_TRUE(!r || vector_is<K>(r, want));
         FreeVector(r);
         return r != nullptr;
     };
     auto built_matrix = [](T** r, const Model& want, int cols) {
-        if (r) EXPECT_TRUE(matrix_is<K>(r, want, cols));
+        EXPECT_TRUE(!r || matrix_is<K>(r, want, cols));
         matrix_free<K>(r);
         return r != nullptr;
     };

@@ -26,17 +26,6 @@ struct Parts {
 
 OwnedBits u64(std::uint64_t x) { return OwnedBits(InitializeBitArrayFromUInt64(x)); }
 
-TEST(Arith, ProductsThroughTheRecords) {
-    Operands ops(11);
-    for (std::uint64_t b : size_ladder(100000 / big_scale)) {
-        const Mpz x = ops.make(b), y = ops.make(1 + ops.below(2 * b));
-        Mpz want;
-        mpz_mul(want, x, y);
-        OwnedBits p(MultiplyBitArrays(to_bits(x).get(), to_bits(y).get(), nullptr));
-        ASSERT_TRUE(same(p.get(), want)) << b;
-    }
-}
-
 // 40 + 30 bits is past one word and takes the split; 31 + 31 fits one
 // machine product; 64 summed bits still fit one word.
 TEST(Arith, ProductsAtTheWordBoundary) {
@@ -257,8 +246,11 @@ TEST(Arith, AbsurdArgumentsAreRefused) {
 
 // ---- aborting ----
 
+// The byte set on entry: no result. The engine checks it only between
+// steps of at least a threshold's size; with the thresholds lowered it stops
+// even small operations inside the engine, and nothing leaks.
 TEST(Abort, SetOnEntryGivesNoResult) {
-    const char set = 1;
+    const char set = 1, clear = 0;
     OwnedBits a(InitializeBitArrayFromUInt64(12345)), b(InitializeBitArrayFromUInt64(678));
     EXPECT_EQ(MultiplyBitArrays(a.get(), b.get(), &set), nullptr);
     EXPECT_EQ(ExponentiateBitArrays(a.get(), b.get(), &set), nullptr);
@@ -271,9 +263,15 @@ TEST(Abort, SetOnEntryGivesNoResult) {
     EXPECT_EQ(k, 0u);
     Parts d(DivideBitArrays(a.get(), b.get(), 10, &set));
     EXPECT_EQ(d.d.integer, nullptr);
-    const char clear = 0;
     OwnedBits p(MultiplyBitArrays(a.get(), b.get(), &clear));
     EXPECT_EQ(GetInt64(p.get(), 0), 12345u * 678u);
+    LowThresholds low;
+    CountingAlloc counter;
+    OwnedBits big(DecimalIntegerStringToBitArray("98765432109876543210987654321098765432109876543210", nullptr));
+    EXPECT_EQ(MultiplyBitArrays(big.get(), big.get(), &set), nullptr);
+    EXPECT_EQ(ModBitArrays(big.get(), b.get(), &set), nullptr);
+    big.reset();
+    EXPECT_EQ(counter.live(), 0);
 }
 
 // A second thread sets the byte after a short sleep; each operation would
@@ -326,20 +324,6 @@ TEST(Abort, SetDuringLongOperations) {
         OwnedBits c(b ? DecimalIntegerStringToBitArray(digits.c_str(), f) : nullptr);
         return c == nullptr;
     });
-}
-
-// The engine checks the byte only between steps of at least a threshold's
-// size; with the thresholds lowered, an abort byte already set stops even
-// small products, and nothing leaks.
-TEST(Abort, NothingLeaksWhenStoppedWithLowThresholds) {
-    LowThresholds low;
-    CountingAlloc counter;
-    const char set = 1;
-    OwnedBits a(DecimalIntegerStringToBitArray("98765432109876543210987654321098765432109876543210", nullptr));
-    EXPECT_EQ(MultiplyBitArrays(a.get(), a.get(), &set), nullptr);
-    EXPECT_EQ(ModBitArrays(a.get(), OwnedBits(InitializeBitArrayFromUInt64(77)).get(), &set), nullptr);
-    a.reset();
-    EXPECT_EQ(counter.live(), 0);
 }
 
 }  // namespace

@@ -1,7 +1,8 @@
 // The word engine against GMP and against its own plain algorithms: products,
-// squares, quotients, roots and decimal conversion over the size ladder, with
-// the thresholds at their defaults and lowered so that every split, every
-// recursion and every correction step runs on small operands.
+// squares, quotients and roots over the size ladder, and decimal conversion
+// at its split points, with the thresholds at their defaults and lowered so
+// that every split, every recursion and every correction step runs on small
+// operands. (Decimal conversion over the ladder: text_test.cpp.)
 #include <gtest/gtest.h>
 
 #include "oracle.hpp"
@@ -128,25 +129,6 @@ TEST(Engine, SquareRootsMatchGmp) {
                 mpz_sqrt(want, a);
                 ASSERT_EQ(mpz_cmp(mpz_of(big::isqrt(nat_of(a), stop)), want), 0) << a.str(16);
             }
-        }
-    }
-}
-
-TEST(Engine, DecimalConversionMatchesGmpBothWays) {
-    Operands ops(8);
-    for (bool low : {false, true}) {
-        LowThresholds lowered;
-        if (!low) big::tuning = lowered.saved;
-        for (std::uint64_t b : size_ladder((low ? 30000 : 300000) / big_scale)) {
-            const Mpz a = ops.make(b);
-            std::vector<char> digits;
-            big::Stop stop;
-            ASSERT_TRUE(big::to_decimal(nat_of(a), digits, stop));
-            const std::string want = a.str();
-            ASSERT_EQ(std::string(digits.begin(), digits.end()), want) << b << " bits";
-            Nat back;
-            ASSERT_TRUE(big::from_decimal(want.data(), want.size(), back, stop));
-            ASSERT_EQ(mpz_cmp(mpz_of(back), a), 0) << b << " bits";
         }
     }
 }

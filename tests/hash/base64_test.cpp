@@ -29,7 +29,6 @@ TEST(Base64, Rfc4648Vectors) {
         EXPECT_EQ(take(Base64Encoding(bytes(m), m.size())), r[1]);
         EXPECT_EQ(decode(r[1]), m);
     }
-    EXPECT_EQ(take(Base64Encoding(bytes("AB"), 2)), "QUI=");
     EXPECT_EQ(Base64Encoding(nullptr, 0), nullptr);
 }
 

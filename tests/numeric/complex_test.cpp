@@ -1,6 +1,7 @@
 // The deliberate rules of the complex functions, one table row each, exact
 // to the bit (signed zeros, infinities and NaN included); results written
-// over their own operands; CompareFloats and NormC.
+// over their own operands; CompareFloats and NormC. Ordinary values are the
+// long-double oracle's (complex_oracle_test.cpp).
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -47,24 +48,20 @@ TEST(ComplexRules, HoldExactly) {
         {"DivC(-2, -0)", bin(DivC, {-2, 0}, {-0.0, -0.0}), {-inf, nan}},
         // A NaN real divisor part with zero imaginary part takes the same road.
         {"DivC(1+i, NaN)", bin(DivC, {1, 1}, {nan, 0}), {inf, inf}},
-        {"DivC exact", bin(DivC, {-3, 4}, {0, 2}), {2, 1.5}},
         // InvC has no zero test: 0/0 inside the scaling.
         {"InvC(0)", un(InvC, {0, 0}), {nan, nan}},
-        {"InvC(-2i)", un(InvC, {0, -2}), {0, 0.5}},
+        {"InvC(-2i)", un(InvC, {0, -2}), {0, 0.5}},  // zeros keep their sign: the oracle does not see it
         // The root's sign test is y >= 0: the cut belongs to +i from both sides.
         {"SqrtC(-4)", un(SqrtC, {-4, 0}), {0, 2}},
         {"SqrtC(-4-0i)", un(SqrtC, {-4, -0.0}), {0, 2}},
         {"SqrtC(4-0i)", un(SqrtC, {4, -0.0}), {2, -0.0}},
         {"SqrtC(-0)", un(SqrtC, {-0.0, -0.0}), {0, 0}},
-        {"SqrtC(-3+4i)", un(SqrtC, {-3, 4}), {1, 2}},
-        {"SqrtC(-3-4i)", un(SqrtC, {-3, -4}), {1, -2}},
         // y*y overflows inside the scaling: the root of a huge z is infinite.
         {"SqrtC(1e300+1e200i)", un(SqrtC, {1e300, 1e200}), {inf, 0}},
         {"PowC(0, 0)", bin(PowC, {0, 0}, {0, 0}), {1, 0}},
         {"PowC(NaN, 0)", bin(PowC, {nan, 0}, {0, 0}), {1, 0}},
         {"PowC(0, 2)", bin(PowC, {0, 0}, {2, 0}), {0, 0}},
         {"PowC(0, -1)", bin(PowC, {0, 0}, {-1, 0}), {0, 0}},
-        {"PowC(2, 1)", bin(PowC, {2, 0}, {1, 0}), {2, 0}},
         {"ArctanC(i)", un(ArctanC, {0, 1}), {0, inf}},
         {"ArctanC(-i)", un(ArctanC, {0, -1}), {0, -inf}},
         // The real part counts as zero by CompareFloats: -0 is taken as +0, so
@@ -80,8 +77,8 @@ TEST(ComplexRules, HoldExactly) {
         {"ArcsinC(2-0i)", un(ArcsinC, {2, -0.0}), {pi / 2, -two_sqrt3}},
         // iz + w cancels to 0 for a large imaginary z: the formula's own limit.
         {"ArcsinC(1e8i)", un(ArcsinC, {0, 1e8}), {0, inf}},
-        {"TanC(0)", un(TanC, {0, 0}), {0, 0}},
         // Once cosh 2y overflows the quotient is taken at its limit.
+        {"TanC(0)", un(TanC, {0, 0}), {0, 0}},
         {"TanC(400i)", un(TanC, {0, 400}), {0, 1}},
         {"TanC(1-400i)", un(TanC, {1, -400}), {0, -1}},
         {"TanhC(400+i)", un(TanhC, {400, 1}), {1, 0}},
@@ -95,7 +92,6 @@ TEST(ComplexRules, HoldExactly) {
         // ad + bc (12.100000000000001 and 0.3 by four products).
         {"MulC three products", bin(MulC, {1.1, 2.2}, {3.3, 4.4}), {-6.050000000000002, 12.100000000000003}},
         {"MulC three products 2", bin(MulC, {0.1, 0.7}, {0.3, 0.9}), {-0.6, 0.2999999999999998}},
-        {"SqrC", un(SqrC, {3, -2}), {5, -12}},
         {"ConjC", un(ConjC, {1, 0}), {1, -0.0}},
     };
     for (const auto& r : rows)
@@ -113,7 +109,6 @@ TEST(ComplexRules, RealValuedAndRealOperandForms) {
     const Complex z34{3, 4}, big{1e200, 1e200}, tiny{1e-200, 1e-200}, w2{2, 0};
     const Complex order{1.394963404000744, 1.1172384254676062};
     const Real rows[] = {
-        {"AbsC(3+4i)", AbsC(&z34), 5},
         // b*b/a/a, not (b/a)^2: the squared-ratio order gives ...736.
         {"AbsC order", AbsC(&order), 1.7872169979727361},
         {"AbsC overflow", AbsC(&big), inf},
@@ -121,7 +116,6 @@ TEST(ComplexRules, RealValuedAndRealOperandForms) {
         {"PhaC(-1-0i)", PhaC(&(r = {-1, -0.0})), -pi},
         // 0^w for a real base: L = -inf meets w.im = 0 as 0 * -inf.
         {"PowRC(0, 2).re", PowRC(&r, 0, &w2)->re, nan},
-        {"PowRC(2, 2).re", PowRC(&r, 2, &w2)->re, 4},
         {"DivCR", DivCR(&r, &z34, 0)->re, inf},
     };
     for (const auto& row : rows) EXPECT_TRUE(same(row.got, row.want)) << row.what << ": " << row.got;

@@ -1,8 +1,9 @@
 // What the constructors hand back when memory runs out (or a size is
 // impossible), string vectors with their wiping release, and vectors of
-// matrices: one table row per constructor, sweeps over every allocation.
+// matrices: one table row per constructor, swept over every allocation.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
@@ -18,10 +19,8 @@
 namespace ostr::test {
 namespace {
 
-enum class Want { empty_vector, zero_matrix, null };
-
-// Each constructor is called with its allocations failing from the first
-// on; Want says what it must yield instead. `release` frees the result.
+// A constructor, the test of its fallback (what one failed allocation must
+// yield instead of the result), and its release.
 struct CtorCase {
     const char* name;
     std::function<void*()> make;
@@ -30,34 +29,35 @@ struct CtorCase {
 };
 
 template <class T>
-bool empty_vector(void* p) {
-    if (!p) return false;
-    const T& s = *static_cast<T*>(p);
-    if constexpr (std::is_same_v<T, Complex>) return s.re == 0 && s.im == 0;
-    else return s == 0;
+double value(const T& s) {
+    if constexpr (std::is_same_v<T, Complex>) return s.im == 0 ? s.re : NAN;
+    else return static_cast<double>(s);
 }
-
+bool is_null(void* p) { return p == nullptr; }
+// One slot holding 0.
+template <class T>
+bool empty_vector(void* p) {
+    return p && value(*static_cast<T*>(p)) == 0;
+}
+// 1 x 1 holding 0.
 template <class T>
 bool zero_matrix(void* p) {
-    if (!p) return false;
     auto** m = static_cast<T**>(p);
-    if constexpr (std::is_same_v<T, Complex>)
-        return m[0]->re == 1 && m[1][0].re == 1 && m[1][1].re == 0 && m[1][1].im == 0;
-    else return *m[0] == 1 && m[1][0] == 1 && m[1][1] == 0;
+    return m && value(*m[0]) == 1 && value(m[1][0]) == 1 && value(m[1][1]) == 0;
 }
-
-bool is_null(void* p) { return p == nullptr; }
+bool empty_strings(void* p) { return p && static_cast<char**>(p)[0][0] == '\0'; }
+bool empty_string_rows(void* p) { return p && static_cast<char***>(p)[0][0][0] == '\0'; }
 
 template <class T>
-CtorCase vector_case(const char* name, T* (*make)(int32_t), Want want) {
-    return {name, [make] { return static_cast<void*>(make(5)); },
-            want == Want::null ? is_null : empty_vector<T>, [](void* p) { FreeVector(p); }};
+CtorCase vector_case(const char* name, T* (*make)(int32_t), bool null) {
+    return {name, [make] { return static_cast<void*>(make(5)); }, null ? is_null : empty_vector<T>,
+            [](void* p) { FreeVector(p); }};
 }
 
 template <class T>
-CtorCase matrix_case(const char* name, T** (*make)(int32_t, int32_t), void (*release)(T**), Want want) {
-    return {name, [make] { return static_cast<void*>(make(3, 4)); },
-            want == Want::null ? is_null : zero_matrix<T>, [release](void* p) { release(static_cast<T**>(p)); }};
+CtorCase matrix_case(const char* name, T** (*make)(int32_t, int32_t), void (*release)(T**), bool null) {
+    return {name, [make] { return static_cast<void*>(make(3, 4)); }, null ? is_null : zero_matrix<T>,
+            [release](void* p) { release(static_cast<T**>(p)); }};
 }
 
 // Fails exactly the countdown-th allocation and no other (CountingAlloc
@@ -84,30 +84,44 @@ struct OneShot {
 };
 
 TEST(Fallback, ConstructorsDegradeAsTheirKindSays) {
-
+    char* texts[] = {const_cast<char*>("a"), const_cast<char*>("bc"), const_cast<char*>("")};
+    char*** string_rows = StringMatrix(2, 2);
     const CtorCase cases[] = {
-        vector_case("Vector", Vector, Want::empty_vector),
-        vector_case("VectorC", VectorC, Want::empty_vector),
-        vector_case("VectorUInt32", VectorUInt32, Want::empty_vector),
-        vector_case("Vector0", Vector0, Want::empty_vector),
-        vector_case("Vector0C", Vector0C, Want::empty_vector),
-        vector_case("Vector0L", Vector0L, Want::empty_vector),
-        vector_case("Vector1L", Vector1L, Want::empty_vector),
-        vector_case("VectorF", VectorF, Want::null),
-        vector_case("VectorI", VectorI, Want::null),
-        matrix_case("Matrix", Matrix, FreeMatrix, Want::zero_matrix),
-        matrix_case("MatrixC", MatrixC, FreeMatrixC, Want::zero_matrix),
-        matrix_case("MatrixL", MatrixL, FreeMatrixL, Want::zero_matrix),
-        matrix_case("Matrix0", Matrix0, FreeMatrix, Want::zero_matrix),
-        matrix_case("Matrix0C", Matrix0C, FreeMatrixC, Want::zero_matrix),
-        matrix_case("MatrixI", MatrixI, FreeMatrixI, Want::null),
-        matrix_case("MatrixF", MatrixF, FreeMatrixF, Want::null),
-        matrix_case("MatrixUInt32", MatrixUInt32, FreeMatrixUInt32, Want::null),
+        vector_case("Vector", Vector, false),
+        vector_case("VectorC", VectorC, false),
+        vector_case("VectorUInt32", VectorUInt32, false),
+        vector_case("Vector0", Vector0, false),
+        vector_case("Vector0C", Vector0C, false),
+        vector_case("Vector0L", Vector0L, false),
+        vector_case("Vector1L", Vector1L, false),
+        vector_case("VectorF", VectorF, true),
+        vector_case("VectorI", VectorI, true),
+        matrix_case("Matrix", Matrix, FreeMatrix, false),
+        matrix_case("MatrixC", MatrixC, FreeMatrixC, false),
+        matrix_case("MatrixL", MatrixL, FreeMatrixL, false),
+        matrix_case("Matrix0", Matrix0, FreeMatrix, false),
+        matrix_case("Matrix0C", Matrix0C, FreeMatrixC, false),
+        matrix_case("MatrixI", MatrixI, FreeMatrixI, true),
+        matrix_case("MatrixF", MatrixF, FreeMatrixF, true),
+        matrix_case("MatrixUInt32", MatrixUInt32, FreeMatrixUInt32, true),
+        // The empty fallback has no slot 1 for x.
+        {"VectorS", [] { return static_cast<void*>(VectorS(2.5)); }, empty_vector<double>, FreeVector},
+        {"MatrixVector", [] { return static_cast<void*>(MatrixVector(3, 2, 5)); },
+         [](void* p) { return p && *static_cast<double**>(p)[0] == 0; },
+         [](void* p) { FreeMatrixVector(static_cast<double***>(p)); }},
+        {"StringVector", [] { return static_cast<void*>(StringVector(4)); }, empty_strings,
+         [](void* p) { FreeStringVector(static_cast<char**>(p)); }},
+        {"CopyStringVector", [&] { return static_cast<void*>(CopyStringVector(texts)); }, empty_strings,
+         [](void* p) { FreeStringVector(static_cast<char**>(p)); }},
+        {"StringMatrix", [] { return static_cast<void*>(StringMatrix(2, 3)); }, empty_string_rows,
+         [](void* p) { FreeStringMatrix(static_cast<char***>(p)); }},
+        {"CopyStringMatrix", [&] { return static_cast<void*>(CopyStringMatrix(string_rows)); }, empty_string_rows,
+         [](void* p) { FreeStringMatrix(static_cast<char***>(p)); }},
     };
     for (const auto& c : cases) {
         // The k-th allocation alone fails, k = 1, 2, ... until the
         // constructor needs fewer than k: each failing attempt must yield the
-        // kind's fallback (or NULL), and nothing may leak.
+        // fallback, and nothing may leak.
         for (long k = 1;; ++k) {
             OneShot::arm(k);
             void* p = c.make();
@@ -118,79 +132,75 @@ TEST(Fallback, ConstructorsDegradeAsTheirKindSays) {
             EXPECT_EQ(OneShot::live, 0) << c.name << " k=" << k;
             if (!failed) break;
         }
+        // Every allocation failing from the k-th on: not even the fallback
+        // can be had, so the result is NULL or whole, and nothing leaks.
+        for (long k = 0;; ++k) {
+            CountingAlloc counter;
+            counter.fail_after(k);
+            void* p = c.make();
+            counter.fail_after(-1);
+            EXPECT_TRUE(!p || !c.is_fallback(p)) << c.name << " k=" << k;
+            if (p) c.release(p);
+            EXPECT_EQ(counter.live(), 0) << c.name << " k=" << k;
+            if (p) break;
+        }
     }
-    // With every allocation failing even the fallback cannot be had.
-    for (const auto& c : cases) {
-        CountingAlloc counter;
-        counter.fail_after(0);
-        EXPECT_EQ(c.make(), nullptr) << c.name;
-    }
+    FreeStringMatrix(string_rows);
 }
 
-
-TEST(Fallback, ImpossibleSizesFail) {
-    double* v1 = Vector(-1);
-    double* v5 = Vector(-5);
-    EXPECT_TRUE(empty_vector<double>(v1) && empty_vector<double>(v5));
+TEST(Fallback, ImpossibleSizesFillsAndReleases) {
+    CountingAlloc counter;
+    double* v = Vector(-1);
     double** m = Matrix(-3, 2);
-    EXPECT_TRUE(zero_matrix<double>(m));
     double** mc = Matrix(2, -1);
-    EXPECT_TRUE(zero_matrix<double>(mc));
+    EXPECT_TRUE(empty_vector<double>(v) && zero_matrix<double>(m) && zero_matrix<double>(mc));
     // A float counts exactly only up to 2^24; a longer float vector could
     // not say its own length.
     EXPECT_EQ(VectorF((1 << 24) + 1), nullptr);
-    double* empty = Vector(0);
-    EXPECT_TRUE(empty_vector<double>(empty));
-    FreeVector(v1), FreeVector(v5), FreeVector(empty), FreeMatrix(m), FreeMatrix(mc);
-}
-
-TEST(Fallback, ScalarsAndFillsHoldTheirValues) {
-    CountingAlloc counter;
     double* s = VectorS(2.5);
-    EXPECT_TRUE(s[0] == 1 && s[1] == 2.5);
     int32_t* ones = Vector1L(3);
-    EXPECT_TRUE(ones[0] == 3 && ones[1] == 1 && ones[2] == 1 && ones[3] == 1);
     Complex** z = Matrix0C(2, 2);
-    EXPECT_TRUE(z[2][2].re == 0 && z[2][2].im == 0 && z[0]->re == 2 && z[0]->im == 0);
     double* d = AllocDouble(-0.5);
     int32_t* i = AllocInt(-7);
+    EXPECT_TRUE(s[0] == 1 && s[1] == 2.5);
+    EXPECT_TRUE(ones[0] == 3 && ones[1] == 1 && ones[2] == 1 && ones[3] == 1);
+    EXPECT_TRUE(z[2][2].re == 0 && z[2][2].im == 0 && z[0]->re == 2 && z[0]->im == 0);
     EXPECT_TRUE(*d == -0.5 && *i == -7);
-    FreeVector(s), FreeVectorL(ones), FreeMatrixC(z), FreeBlock(d), FreeBlock(i);
-    counter.fail_after(0);
-    double* lost = VectorS(1.0);  // empty fallback cannot take x: NULL here
-    EXPECT_EQ(AllocDouble(1), nullptr);
-    counter.fail_after(-1);
-    FreeVector(lost);
-    EXPECT_EQ(counter.live(), 0);
-}
-
-// A vector of vectors with an int32 count in slot 0 (FreeVectorV reads it so).
-TEST(Fallback, VectorOfVectorsAndMatrixVectorReleaseEverything) {
-    CountingAlloc counter;
+    // A vector of vectors with an int32 count in slot 0 (FreeVectorV reads
+    // it so), and a vector of matrices.
     auto** vv = static_cast<void**>(mem_alloc(3 * sizeof(void*)));
     vv[0] = AllocInt(2);
     vv[1] = Vector(4);
     vv[2] = VectorC(1);
-    FreeVectorV(vv);
     double*** mv = MatrixVector(3, 2, 5);
     EXPECT_EQ(*reinterpret_cast<double*>(mv[0]), 3);
     EXPECT_TRUE(mv[3][0][0] == 2 && mv[3][2][0] == 5);
-    FreeMatrixVector(mv);
+    FreeVector(v), FreeMatrix(m), FreeMatrix(mc), FreeVector(s), FreeVectorL(ones), FreeMatrixC(z);
+    FreeBlock(d), FreeBlock(i), FreeVectorV(vv), FreeMatrixVector(mv);
     EXPECT_EQ(counter.live(), 0);
-    for (long k = 0; k < 12; ++k) {
-        counter.fail_after(k);
-        double*** part = MatrixVector(3, 2, 5);
-        counter.fail_after(-1);
-        if (part) {
-            const double n = *reinterpret_cast<double*>(part[0]);
-            EXPECT_TRUE(n == 0 || n == 3) << k;
-        }
-        FreeMatrixVector(part);
-        EXPECT_EQ(counter.live(), 0) << k;
-    }
 }
 
-// ---- string vectors
+TEST(StringVectors, ZerosClosedByAnEmptyTextOrRow) {
+    CountingAlloc counter;
+    char** none = StringVector(0);
+    char** negative = StringVector(-2);
+    char** three = StringVector(3);
+    EXPECT_TRUE(none[0][0] == '\0' && negative[0][0] == '\0' && three[3][0] == '\0');
+    for (int i = 0; i < 3; ++i) EXPECT_STREQ(three[i], "0");
+    three[1][0] = 'x';
+    char** copy = CopyStringVector(three);
+    EXPECT_TRUE(std::string(copy[1]) == "x" && copy[1] != three[1] && copy[3][0] == '\0');
+    char*** m = StringMatrix(2, 3);
+    EXPECT_TRUE(std::string(m[1][2]) == "0" && m[1][3][0] == '\0' && m[2][0][0] == '\0');
+    m[0][1][0] = 'q';
+    char*** c = CopyStringMatrix(m);
+    EXPECT_TRUE(c != m && std::string(c[0][1]) == "q" && c[2][0][0] == '\0');
+    char*** no_columns = StringMatrix(4, 0);
+    EXPECT_EQ(no_columns[0][0][0], '\0');
+    FreeStringVector(none), FreeStringVector(negative), FreeStringVector(three), FreeStringVector(copy);
+    FreeStringMatrix(m), FreeStringMatrix(c), FreeStringMatrix(no_columns);
+    EXPECT_EQ(counter.live(), 0);
+}
 
 // The texts of the vector under release, by address and length: when one of
 // them reaches the allocator it must already be all zeros.
@@ -203,25 +213,6 @@ void inspecting_free(void* p) {
     std::free(p);
 }
 
-TEST(StringVectors, HoldZerosAndCloseWithAnEmptyText) {
-    CountingAlloc counter;
-    char** none = StringVector(0);
-    EXPECT_STREQ(none[0], "");
-    char** three = StringVector(3);
-    for (int i = 0; i < 3; ++i) EXPECT_STREQ(three[i], "0");
-    EXPECT_STREQ(three[3], "");
-    three[1][0] = 'x';
-    char** copy = CopyStringVector(three);
-    EXPECT_STREQ(copy[1], "x");
-    EXPECT_NE(copy[1], three[1]);
-    EXPECT_STREQ(copy[3], "");
-    FreeStringVector(none), FreeStringVector(three), FreeStringVector(copy);
-    EXPECT_EQ(counter.live(), 0);
-    char** negative = StringVector(-2);
-    EXPECT_STREQ(negative[0], "");
-    FreeStringVector(negative);
-}
-
 TEST(StringVectors, ReleaseWipesEveryText) {
     char* texts[] = {const_cast<char*>("secret"), const_cast<char*>("more"), const_cast<char*>("")};
     char** v = CopyStringVector(texts);
@@ -232,61 +223,6 @@ TEST(StringVectors, ReleaseWipesEveryText) {
     FreeStringVector(v);
     set_alloc_hooks(nullptr);
     EXPECT_EQ(nonzero_at_free, 0u);
-}
-
-// One failed text: the empty string vector. Every allocation failing from
-// the k-th on: NULL or a whole vector, nothing leaked.
-TEST(StringVectors, FailuresFallBackToTheEmptyVector) {
-    char* texts[] = {const_cast<char*>("a"), const_cast<char*>("bc"), const_cast<char*>("")};
-    for (long k = 0; k < 6; ++k) {
-        CountingAlloc counter;
-        counter.fail_after(k);
-        char** s = StringVector(4);
-        counter.fail_after(-1);
-        EXPECT_TRUE(!s || (std::string(s[3]) == "0" && s[4][0] == '\0')) << k;
-        FreeStringVector(s);
-        EXPECT_EQ(counter.live(), 0) << k;
-    }
-    for (long k = 1; k <= 4; ++k) {  // array, three texts
-        OneShot::arm(k);
-        char** s = StringVector(2);
-        OneShot::disarm();
-        EXPECT_TRUE(s && s[0][0] == '\0') << k;
-        OneShot::arm(k);
-        char** c = CopyStringVector(texts);
-        OneShot::disarm();
-        EXPECT_TRUE(c && c[0][0] == '\0') << k;
-        FreeStringVector(s), FreeStringVector(c);
-    }
-}
-
-TEST(StringMatrices, RowsOfZerosClosedByAnEmptyRow) {
-    CountingAlloc counter;
-    char*** m = StringMatrix(2, 3);
-    EXPECT_TRUE(std::string(m[1][2]) == "0" && m[1][3][0] == '\0' && m[2][0][0] == '\0');
-    m[0][1][0] = 'q';
-    char*** c = CopyStringMatrix(m);
-    EXPECT_TRUE(c != m && std::string(c[0][1]) == "q" && c[2][0][0] == '\0');
-    char*** none = StringMatrix(4, 0);
-    EXPECT_EQ(none[0][0][0], '\0');
-    FreeStringMatrix(m), FreeStringMatrix(c), FreeStringMatrix(none);
-    EXPECT_EQ(counter.live(), 0);
-    for (long k = 1;; ++k) {  // one failure: the empty string matrix
-        OneShot::arm(k);
-        char*** f = StringMatrix(2, 2);
-        const bool failed = OneShot::fired();
-        OneShot::disarm();
-        EXPECT_TRUE(f && (failed ? f[0][0][0] == '\0' : f[2][0][0] == '\0')) << k;
-        FreeStringMatrix(f);
-        if (!failed) break;
-    }
-    for (long k = 0; k < 12; ++k) {  // all failing from the k-th: NULL or whole
-        counter.fail_after(k);
-        char*** f = StringMatrix(2, 2);
-        counter.fail_after(-1);
-        FreeStringMatrix(f);
-        EXPECT_EQ(counter.live(), 0) << k;
-    }
 }
 
 }  // namespace

@@ -1,8 +1,7 @@
 // The special functions against reference values from mpmath
 // (data/special.txt, made by data/make_tables.py). Each function's worst
-// error is printed with its case and must stay under the function's bound;
-// the error is relative, or absolute against the local amplitude where the
-// table gives one (oscillatory regions, near zeros).
+// error, relative or against the table's amplitude (docs/special.md), is
+// printed with its case and must stay under the function's bound.
 #include <gtest/gtest.h>
 
 #include <cmath>

@@ -1,24 +1,17 @@
 #!/usr/bin/python3
-"""Reference values for the special-function tests, computed with mpmath
-(1.2) at 30 significant digits (mpmath raises its working precision itself
-where a hypergeometric sum cancels) and rounded to double; the Legendre
-values come from the degree recurrence at 300 digits, checked against
-legenp (see that section).
+"""Reference values for the special-function tests: mpmath (1.2) at 30 significant
+digits (it raises its working precision itself where a hypergeometric sum
+cancels), rounded to double; the Legendre values come from the degree
+recurrence at 300 digits, checked against legenp (see that section).
 
 One case per line:  name  a  b  c  want_re  want_im  scale
-The test measures |got - want| / max(|want|, scale).  scale is 0 where the
-relative error is the right measure; in oscillatory regions it is the local
-amplitude of the function (sqrt(J^2+Y^2) for Bessel functions past the
-turning point, sqrt(Ai^2+Bi^2) for Airy functions at negative x, the WKB
-envelope for Legendre functions between their turning points), so that
-values near a zero are judged by their absolute error against that
-amplitude.  Values beyond the double range are written as +-inf; values
-that would be subnormal are left out.
+scale is 0 where the error is relative, else the local amplitude of the
+function (docs/special.md, Accuracy).  Values beyond the double range are
+written as +-inf; values that would be subnormal are left out.
 
-Run:  /usr/bin/python3 make_tables.py > special.txt
-      (or one section: make_tables.py bessel|airy|legendre|gamma; the
-      committed table is the four sections in this order; on a loaded
-      two-core machine the whole run takes about 20 minutes)
+Run:  /usr/bin/python3 make_tables.py > special.txt  (or one section: bessel,
+airy, legendre or gamma; the committed table is all four in this order,
+about 20 minutes on a loaded two-core machine)
 """
 import random
 import sys

@@ -14,6 +14,7 @@
 namespace ostr::obj {
 namespace {
 
+// The names a printed object shows.
 TEST(Objects, TypeNamesOfTheTagTable) {
     const char* names[] = {"node", "algebraic", "matrix", "mutant", "string", "array", "class_definition",
                            "top_level", "", "", "map", "", "numeric", "bignum"};
@@ -27,21 +28,6 @@ TEST(Objects, TypeNamesOfTheTagTable) {
     o->value = nullptr;
     EXPECT_EQ(std::string(type_name(o).c_str()), "numeric");
     free_object(o);
-}
-
-TEST(Objects, CommonSetUp) {
-    Arbenv* env = make_top_level();
-    env->level = 3;
-    Object* o = make_numeric({1, 2}, "z", env);
-    EXPECT_EQ(o->flag_a, 0);
-    EXPECT_EQ(o->flag_b, 0);
-    EXPECT_EQ(o->flag_c, 1);
-    EXPECT_EQ(o->reserved, 0);
-    EXPECT_EQ(o->level, 3);
-    EXPECT_EQ(o->env, env);
-    EXPECT_EQ(o->members->abort_text, &env->abort_text);
-    free_object(o);
-    free_environment(env);
 }
 
 TEST(Objects, MethodTablesInRegistrationOrder) {

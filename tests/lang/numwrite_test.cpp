@@ -242,7 +242,9 @@ TEST(NumWrite, ReferenceTableOfTheLanguage) {
         double v;
         const bool numeric = ostr::text::read_number(c.at(0), v);
         EXPECT_EQ(numeric, c.at(2) != "not a number") << c[0];
-        if (numeric) EXPECT_EQ(number_text(v, std::stoi(c.at(1))).view(), c[2]) << c[0];
+        if (numeric) {
+            EXPECT_EQ(number_text(v, std::stoi(c.at(1))).view(), c[2]) << c[0];
+        }
     };
     EXPECT_GE(ostr::test::for_each_table_row(OSTR_DOCS "/language.md", "## Numbers", row), 10);
 }

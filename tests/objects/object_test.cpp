@@ -6,7 +6,6 @@
 #include <ctime>
 #include <string>
 
-#include "ostravine/bignum.h"
 #include "ostravine/environment.h"
 #include "script/environment.hpp"
 #include "support/counting_alloc.hpp"
@@ -38,12 +37,6 @@ TEST(Objects, MethodTablesInRegistrationOrder) {
     EXPECT_EQ(find_method(a, "crop")->signature, "crop(2)");
     EXPECT_EQ(find_method(a, "swapcol"), nullptr);
     free_object(a);
-    EXPECT_EQ(method_signatures(matrix).size(), 27u);
-    EXPECT_EQ(method_signatures(algebraic).front(), "eval(0)");
-    EXPECT_EQ(method_signatures(node).back(), "unlock()");
-    EXPECT_EQ(method_signatures(map).size(), 7u);
-    EXPECT_EQ(method_signatures(class_definition).front(), "toclass(1)");
-    for (std::uint32_t tag : {string, numeric, bignum, mutant}) EXPECT_TRUE(method_signatures(tag).empty());
 }
 
 TEST(Objects, CopiesAreDeep) {
@@ -71,27 +64,6 @@ TEST(Objects, CopiesAreDeep) {
     free_object(s);
     free_object(t);
     free_environment(env);
-}
-
-TEST(Objects, BignumCopiesBothParts) {
-    auto* v = static_cast<BignumValue*>(mem_alloc(sizeof(BignumValue)));
-    BitArray* m = InitializeBitArray(130);
-    m->words[2] = 3;
-    *v = {m, InitializeBitArray(64), -7};
-    Object* b = make_object(nullptr, bignum, "b", v, {});
-    b->free_value = [](void* p) {
-        auto* x = static_cast<BignumValue*>(p);
-        FreeBitArray(static_cast<BitArray*>(x->mantissa));
-        FreeBitArray(static_cast<BitArray*>(x->exponent));
-        mem_free(x);
-    };
-    Object* c = copy_object(b);
-    auto* w = static_cast<BignumValue*>(c->value);
-    EXPECT_NE(w->mantissa, v->mantissa);
-    EXPECT_EQ(static_cast<BitArray*>(w->mantissa)->words[2], 3u);
-    EXPECT_EQ(w->field, -7);
-    free_object(b);
-    free_object(c);
 }
 
 TEST(Environments, TopLevelDefaults) {

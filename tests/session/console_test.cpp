@@ -12,7 +12,8 @@ namespace {
 TEST(Console, PromptsAndAnswersThenSave) {
     Scratch s;
     Outcome r = s.run("x=3\ny = 2*x + 1\n(1+2\n=1\ny\n\n");
-    EXPECT_EQ(r.out, msg_missing + transcript({"x <- 3", "y <- 2*x+1", ">invalid_expression<", ">invalid_expression<", "7"}));
+    EXPECT_EQ(r.out, msg_missing + transcript({"x <- 3", "y <- 2*x+1", ">invalid_expression<",
+                                               ">invalid_expression<", "7"}));
     EXPECT_EQ(r.code, 0);
     EXPECT_TRUE(s.has(state_name));
     EXPECT_FALSE(s.has(state_name + ".tmp"));

@@ -20,40 +20,35 @@ struct Row {
     const char* expected;
 };
 
+// The formula table of docs/language.md is run through the evaluator by the
+// language suite; its rows are not repeated.
 const Row combine_rows[] = {
     // numbers fold, also into the coefficient of a product and the constant of a sum
-    {"6", '*', "x", "6*x"}, {"2*x", '*', "3", "6*x"}, {"x+1", '+', "2", "x+3"},
-    {"2", '+', "x", "x+2"}, {"0.1", '+', "0.2", "0.3"}, {"2", '^', "10", "1024"},
-    {"x/3", '*', "6", "2*x"}, {"2*x", '/', "4", "x/2"}, {"x", '/', "3", "x/3"},
+    {"0.1", '+', "0.2", "0.3"}, {"2", '^', "10", "1024"}, {"2*x", '/', "4", "x/2"}, {"x", '/', "3", "x/3"},
     {"x", '/', "0.5", "2*x"},
     // what must not fold: infinities, NaNs and non-real powers stay written
-    {"1", '/', "0", "1/0"}, {"0", '/', "0", "0/0"}, {"-8", '^', "0.5", "(-8)^0.5"},
-    {"x", '*', "1/0", "x/0"},
+    {"1", '/', "0", "1/0"}, {"0", '/', "0", "0/0"}, {"-8", '^', "0.5", "(-8)^0.5"}, {"x", '*', "1/0", "x/0"},
     // neutral and absorbing elements
-    {"x", '+', "0", "x"}, {"0", '+', "x", "x"}, {"x", '-', "0", "x"}, {"x", '*', "1", "x"},
-    {"1", '*', "x", "x"}, {"x", '/', "1", "x"}, {"x", '^', "1", "x"}, {"x", '*', "0", "0"},
-    {"0", '*', "x", "0"}, {"0", '/', "x", "0"}, {"x", '^', "0", "1"}, {"1", '^', "x", "1"},
-    {"0", '-', "x", "-x"}, {"x", '-', "x", "0"},
+    {"0", '+', "x", "x"}, {"x", '-', "0", "x"}, {"1", '*', "x", "x"}, {"x", '/', "1", "x"}, {"x", '^', "1", "x"},
+    {"0", '*', "x", "0"}, {"0", '/', "x", "0"}, {"1", '^', "x", "1"},
     {"x", '/', "x", "x/x"},  // not 1: x may be 0
     // like terms and like factors
-    {"x", '+', "x", "2*x"}, {"2*x", '-', "x", "x"}, {"x*y", '-', "y*x", "0"},
-    {"y", '*', "x", "x*y"}, {"x", '*', "x", "x^2"}, {"x^2", '*', "x", "x^3"},
-    {"a/x", '/', "x", "a/x^2"}, {"(x^0.5)", '^', "2", "x"}, {"2*x", '^', "2", "4*x^2"},
-    {"x^y", '^', "2", "x^(2*y)"},
+    {"2*x", '-', "x", "x"}, {"x*y", '-', "y*x", "0"}, {"x^2", '*', "x", "x^3"}, {"a/x", '/', "x", "a/x^2"},
+    {"(x^0.5)", '^', "2", "x"}, {"2*x", '^', "2", "4*x^2"}, {"x^y", '^', "2", "x^(2*y)"},
     // parentheses exactly where the split rules need them
     {"a", '-', "b-c", "a-b+c"}, {"a", '-', "b+c", "a-b-c"}, {"a", '/', "b*c", "a/b/c"},
     {"a", '/', "b/c", "a*c/b"}, {"a^b", '^', "c", "(a^b)^c"}, {"a", '^', "b^c", "a^b^c"},
     {"a+b", '*', "c", "c*(a+b)"}, {"a+b", '^', "2", "(a+b)^2"}, {"a*b", '^', "c", "(a*b)^c"},
-    {"a", '^', "b*c", "a^(b*c)"}, {"a", '^', "b+c", "a^(b+c)"}, {"-2", '^', "x", "(-2)^x"},
-    {"x", '^', "-2", "x^-2"}, {"2", '^', "-x", "2^(-x)"}, {"-x", '^', "0.5", "(-x)^0.5"},
-    {"x", '*', "y+1", "x*(y+1)"}, {"x", '*', "-2", "-2*x"}, {"x", '+', "-2", "x-2"},
-    {"x^2", '*', "-1", "-(x^2)"}, {"x^2*y", '*', "-1", "-(x^2)*y"}, {"x-1", '*', "-1", "1-x"},
-    {"-x", '-', "1", "-(x+1)"}, {"x", '*', "1-y", "x*(1-y)"},
+    {"a", '^', "b*c", "a^(b*c)"}, {"a", '^', "b+c", "a^(b+c)"}, {"x", '^', "-2", "x^-2"},
+    {"2", '^', "-x", "2^(-x)"}, {"-x", '^', "0.5", "(-x)^0.5"}, {"x", '*', "y+1", "x*(y+1)"},
+    {"x", '*', "-2", "-2*x"}, {"x", '+', "-2", "x-2"}, {"x^2", '*', "-1", "-(x^2)"},
+    {"x^2*y", '*', "-1", "-(x^2)*y"}, {"x-1", '*', "-1", "1-x"}, {"-x", '-', "1", "-(x+1)"},
+    {"x", '*', "1-y", "x*(1-y)"},
     // number texts with exponents are numbers, not differences
     {"1.5E-7", '*', "x", "1.5E-7*x"}, {"x", '-', "1.5E-7", "x-1.5E-7"},
     {"2.5E+6", '^', "x", "2.5E+6^x"}, {"x", '*', "1E+4", "1E+4*x"}, {"1E-3+1", '*', "x", "1.001*x"},
     // operand texts are read as the evaluator reads them: a sign binds tighter than ^
-    {"-x^2", '+', "0", "x^2"}, {"2*-3^2", '+', "x", "x+18"}, {"-2^2", '*', "x", "4*x"},
+    {"2*-3^2", '+', "x", "x+18"}, {"-2^2", '*', "x", "4*x"},
     {"(x)", '+', "(1)", "x+1"}, {"((x+1))", '*', "2", "2*(x+1)"}, {"a-b+c", '+', "0", "a-b+c"},
     {"", '+', "x", "x"},
     // conditions, postfix operands and calls are kept whole
@@ -108,16 +103,6 @@ TEST(Formula, PairTable) {
     auto c = formula::conjugate({Text("x"), Text("y-1")});
     EXPECT_EQ(str(c.re), "x");
     EXPECT_EQ(str(c.im), "1-y");
-}
-
-TEST(Formula, IsNumber) {
-    double v = 0;
-    EXPECT_TRUE(formula::is_number("1.5E-7", &v));
-    EXPECT_EQ(v, 1.5e-7);
-    EXPECT_TRUE(formula::is_number("0b101", &v));
-    EXPECT_EQ(v, 5);
-    EXPECT_TRUE(formula::is_number("-2"));
-    for (const char* t : {"x", "inf", "nan", "1e999", "12abc", "", "1-2"}) EXPECT_FALSE(formula::is_number(t)) << t;
 }
 
 // Sums built one term at a time, as the evaluator builds them, and one long text read

@@ -1,4 +1,5 @@
-// Every example of docs/language.md, run: the lines of its ```eval blocks.
+// Every example of docs/language.md, run: the lines of its ```eval blocks,
+// the formula table and the examples of the predefined-function table.
 #include <string>
 
 #include "eval_support.hpp"
@@ -25,6 +26,14 @@ TEST_F(LanguageDoc, EveryExampleHolds) {
             }
         });
     EXPECT_GT(examples, 60);
+}
+
+// | typed | shown | with x and y free; | call | computes | example | answer |.
+TEST_F(LanguageDoc, EveryTableRowHolds) {
+    auto typed_shown = [&](const std::vector<std::string>& c) { EXPECT_EQ(answer(c.at(0)), c.at(1)); };
+    EXPECT_GE(for_each_table_row(OSTR_DOCS "/language.md", "## Formulas", typed_shown), 20);
+    auto example = [&](const std::vector<std::string>& c) { EXPECT_EQ(answer(c.at(2)), c.at(3)); };
+    EXPECT_GE(for_each_table_row(OSTR_DOCS "/language.md", "## Predefined functions", example), 30);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
-// A fixture for evaluator tests: globals and one top-level environment, and
-// the answer of an expression as the text the C face would return.
+// A fixture for evaluator tests: globals and one top-level environment, the
+// answer of an expression as the text the C face would return, and tables of
+// {expression, answer} checked in order.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -11,6 +12,11 @@
 #include "script/environment.hpp"
 
 namespace ostr::test {
+
+struct Row {
+    const char* expression;
+    const char* expected;
+};
 
 class EvalTest : public ::testing::Test {
 protected:
@@ -26,6 +32,9 @@ protected:
     std::string answer(std::string_view text, int digits = 15) {
         Text t = lang::display(lang::evaluate(text, env), digits);
         return std::string(t.data(), t.size());
+    }
+    void check(std::initializer_list<Row> rows) {
+        for (const Row& r : rows) EXPECT_EQ(answer(r.expression), r.expected) << "expression: " << r.expression;
     }
     void set(std::string_view name, std::string_view expression) {
         obj::store(env, lang::to_object(lang::evaluate(expression, env), env, name));

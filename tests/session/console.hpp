@@ -20,21 +20,15 @@ namespace fs = std::filesystem;
 
 inline const std::string state_name = "ostravine_auto_save.core";
 
-inline std::string msg_missing() {
-    return "The default input environment file '" + state_name +
-           "' could not be loaded, generating a new environment.\n";
-}
-inline std::string msg_obsolete() {
-    return "The environment version in the file '" + state_name + "' is obsolete, generating a new environment.\n";
-}
-inline std::string msg_integrity() {
-    return "The integrity of the state file '" + state_name +
-           "' could not be validated, generating a new environment.\n";
-}
-inline std::string msg_not_found() {
-    return "The environment could not be found in the state file '" + state_name +
-           "', generating a new environment.\n";
-}
+// The messages word for word.
+inline const std::string msg_missing = "The default input environment file '" + state_name +
+                                       "' could not be loaded, generating a new environment.\n";
+inline const std::string msg_obsolete =
+    "The environment version in the file '" + state_name + "' is obsolete, generating a new environment.\n";
+inline const std::string msg_integrity =
+    "The integrity of the state file '" + state_name + "' could not be validated, generating a new environment.\n";
+inline const std::string msg_not_found =
+    "The environment could not be found in the state file '" + state_name + "', generating a new environment.\n";
 inline std::string msg_named(const std::string& name) {
     return "The input environment file '" + name + "' could not be loaded, generating the default environment.\n";
 }

@@ -8,10 +8,12 @@
 namespace ostr::test {
 namespace {
 
+// Errors are answers like any other and do not end the loop.
 TEST(Console, PromptsAndAnswersThenSave) {
     Scratch s;
-    Outcome r = s.run("x=3\ny = 2*x + 1\ny\n\n");
-    EXPECT_EQ(r.out, msg_missing() + transcript({"x <- 3", "y <- 2*x+1", "7"}));
+    Outcome r = s.run("x=3\ny = 2*x + 1\n(1+2\n=1\ny\n\n");
+    EXPECT_EQ(r.out, msg_missing + transcript({"x <- 3", "y <- 2*x+1", ">invalid_expression<",
+                                               ">invalid_expression<", "7"}));
     EXPECT_EQ(r.code, 0);
     EXPECT_TRUE(s.has(state_name));
     EXPECT_FALSE(s.has(state_name + ".tmp"));
@@ -34,23 +36,18 @@ TEST(Console, TheNextRandomNumberSurvivesARestart) {
     EXPECT_NE(tail.find("0."), std::string::npos) << tail;
 }
 
+// Vertical tab and form feed are not blank: such a line is evaluated.
 TEST(Console, EveryBlankLineEndsTheSession) {
     for (std::string end : {"", " ", "\t", "\r", " \t\r ", "\t\t\r\r"}) {
         Scratch s;
         Outcome r = s.run("x=1\n" + end + "\nx=2\n");
-        EXPECT_EQ(r.out, msg_missing() + transcript({"x <- 1"})) << "blank line of " << end.size();
+        EXPECT_EQ(r.out, msg_missing + transcript({"x <- 1"})) << "blank line of " << end.size();
         EXPECT_EQ(r.code, 0);
         // The line after the blank one was never read: x is still 1.
         EXPECT_EQ(s.run("x\n\n").out, transcript({"1"}));
     }
-}
-
-TEST(Console, VerticalTabAndFormFeedAreNotBlank) {
-    for (std::string line : {"\v", "\f", " \v ", "\f\t"}) {
-        Scratch s;
-        Outcome r = s.run(line + "\n\n");
-        EXPECT_EQ(r.out, msg_missing() + transcript({">invalid_expression<"}));
-    }
+    for (std::string line : {"\v", "\f", " \v ", "\f\t"})
+        EXPECT_EQ(Scratch().run(line + "\n\n").out, msg_missing + transcript({">invalid_expression<"}));
 }
 
 TEST(Console, LinesAroundTheFirstBufferSizeAreReadWhole) {
@@ -60,37 +57,22 @@ TEST(Console, LinesAroundTheFirstBufferSizeAreReadWhole) {
         std::string line = "v=" + digits + "7";
         ASSERT_EQ(line.size(), length);
         Outcome r = s.run(line + "\nv\n\n");
-        EXPECT_EQ(r.out, msg_missing() + transcript({"v <- " + digits + "7", "7"})) << length;
+        EXPECT_EQ(r.out, msg_missing + transcript({"v <- " + digits + "7", "7"})) << length;
     }
 }
 
-TEST(Console, EndOfInputMidLineEvaluatesThenEnds) {
+// The end of input after some characters evaluates them; at the start of a
+// line it ends at once. The text of a line ends at its first zero byte.
+TEST(Console, EndOfInputAndZeroBytes) {
     Scratch s;
-    Outcome r = s.run("x=5\nx*2");
-    EXPECT_EQ(r.out, msg_missing() + transcript({"x <- 5", "10"}));
+    EXPECT_EQ(s.run("").out, msg_missing + "\n: ");
+    EXPECT_EQ(s.run("x=5\nx*2").out, transcript({"x <- 5", "10"}));
+    Outcome r = s.run("x");
+    EXPECT_EQ(r.out, transcript({"5"}));
     EXPECT_EQ(r.code, 0);
-    EXPECT_EQ(s.run("x").out, transcript({"5"}));
-}
-
-TEST(Console, EmptyInputSavesAFreshEnvironment) {
-    Scratch s;
-    Outcome r = s.run("");
-    EXPECT_EQ(r.out, msg_missing() + "\n: ");
-    EXPECT_EQ(r.code, 0);
-    EXPECT_EQ(s.run("").out, "\n: ");
-}
-
-TEST(Console, ZeroByteEndsTheTextOfALine) {
-    Scratch s;
-    Outcome r = s.run(std::string("x=4\0garbage\n\0x\nx\n", 18));
     // The second line is empty up to its zero byte: the session ends there.
-    EXPECT_EQ(r.out, msg_missing() + transcript({"x <- 4"}));
-}
-
-TEST(Console, ErrorsInALineDoNotEndTheLoop) {
-    Scratch s;
-    Outcome r = s.run("(1+2\n=1\n2+2\n\n");
-    EXPECT_EQ(r.out, msg_missing() + transcript({">invalid_expression<", ">invalid_expression<", "4"}));
+    EXPECT_EQ(s.run(std::string("x=4\0garbage\n\0x\nx\n", 18)).out, transcript({"x <- 4"}));
+    EXPECT_EQ(s.run("x\n\n").out, transcript({"4"}));
 }
 
 TEST(Console, MoreThanOneArgumentPrintsTheUsageAndTouchesNothing) {
@@ -114,11 +96,9 @@ TEST(Console, ATenMegabyteLineIsReadQuickly) {
     auto start = std::chrono::steady_clock::now();
     Outcome r = s.run(line + "\n1+1\n\n");
     double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    EXPECT_EQ(r.out, msg_missing() + transcript({">evaluation_aborted<", "2"}));
+    EXPECT_EQ(r.out, msg_missing + transcript({">evaluation_aborted<", "2"}));
     EXPECT_LT(seconds, 10.0);  // generous for the sanitizer build; see docs/session.md for figures
 }
-
-// ---- environment files on the command line, export and import ----
 
 TEST(Console, ExportedFileStartsTheSameEnvironment) {
     Scratch s;
@@ -129,15 +109,6 @@ TEST(Console, ExportedFileStartsTheSameEnvironment) {
     EXPECT_EQ(r.out, transcript({"2", "3+4*i", "7", "\"text \\\"q\\\"\"", "u*v+1", "3.142"}));
     EXPECT_EQ(r.code, 0);
     EXPECT_TRUE(s.has(state_name));
-}
-
-TEST(Console, ImportMergesIntoTheRunningEnvironment) {
-    Scratch s;
-    s.run("a=1\nb=2\nh(x)=x+b\nexport(\"part.env\")\n\n");
-    fs::remove(s / state_name);
-    Outcome r = s.run("b=5\nc=9\nimport(\"part.env\")\nb\nc\nh(1)\nimport(\"missing.env\")\nimport(2)\n\n");
-    EXPECT_EQ(r.out, msg_missing() + transcript({"b <- 5", "c <- 9", "5", "2", "9", "3", ">invalid_object<",
-                                                 ">invalid_expression<"}));
 }
 
 TEST(Console, AMissingOrDamagedNamedFileGivesTheDefaultEnvironment) {
@@ -167,21 +138,17 @@ TEST(Console, AMissingOrDamagedNamedFileGivesTheDefaultEnvironment) {
     }
 }
 
-// ---- the start-up script ----
-
 TEST(Console, InitScriptRunsInEveryFreshEnvironmentOnly) {
     Scratch s;
     write_file(s / "init.txt", "k=42\r\n\n   \nsq(x)=x*x\n(1+\n");
     Outcome r = s.run("k\nsq(k)\nk=1\n\n");
-    EXPECT_EQ(r.out, msg_missing() + transcript({"42", "1764", "k <- 1"}));
+    EXPECT_EQ(r.out, msg_missing + transcript({"42", "1764", "k <- 1"}));
     // Loaded from the state file: the environment is not fresh, k stays 1.
     EXPECT_EQ(s.run("k\n\n").out, transcript({"1"}));
     // A damaged state file gives a fresh environment, and the script runs.
     write_file(s / state_name, "damaged");
-    EXPECT_EQ(s.run("k\n\n").out, msg_obsolete() + transcript({"42"}));
+    EXPECT_EQ(s.run("k\n\n").out, msg_obsolete + transcript({"42"}));
 }
-
-// ---- the save at exit ----
 
 TEST(Console, SaveFailsWhenTheTemporaryCannotBeMade) {
     Scratch s;
@@ -201,7 +168,7 @@ TEST(Console, AStateFileThatIsADirectoryIsMovedAsideWhole) {
     fs::create_directory(s / state_name);
     write_file(s / state_name / "keep", "mine");
     Outcome r = s.run("x=2\n\n");
-    EXPECT_EQ(r.out, msg_obsolete() + transcript({"x <- 2"}));
+    EXPECT_EQ(r.out, msg_obsolete + transcript({"x <- 2"}));
     EXPECT_EQ(r.code, 0);
     EXPECT_EQ(read_file(s / (state_name + ".rejected") / "keep"), "mine");
     EXPECT_EQ(s.run("x\n\n").out, transcript({"2"}));

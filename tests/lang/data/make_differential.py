@@ -94,7 +94,6 @@ def build(depth):
         if lvc == 0:
             raise Bad()
         v = mpmath.power(lvc, rv)
-    if op in "+-" and lk in "+-": pass
     s = max(ls, rs, abs(v))
     if s > mpmath.mpf("1e60"):
         raise Bad()

@@ -5,6 +5,9 @@
 #include <bit>
 #include <cstring>
 #include <utility>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "bignum/bitarray.hpp"
 #include "numeric/base64.hpp"
@@ -121,19 +124,22 @@ private:
 
 #define OSTR_INLINE [[gnu::always_inline]] inline
 
-// The sigma functions with their three rotations nested, e.g.
-// rotr14(e ^ rotr4(e ^ rotr23(e))) = rotr14(e) ^ rotr18(e) ^ rotr41(e): one
-// register copy instead of three on machines without a three-operand rotate.
+// The sigma functions. SHA-512's big sigmas take their three rotations side
+// by side: they lie on the rounds' critical path, which is then three
+// operations deep (with a three-operand rotate) instead of five. The others
+// nest them, e.g. rotr2(a ^ rotr11(a ^ rotr9(a))) = rotr2(a) ^ rotr13(a) ^
+// rotr22(a): one register copy instead of three without such a rotate.
 OSTR_INLINE std::uint64_t big_sigma0(std::uint64_t a) noexcept {
-    return std::rotr(a ^ std::rotr(a ^ std::rotr(a, 5), 6), 28);
+    return std::rotr(a, 28) ^ std::rotr(a, 34) ^ std::rotr(a, 39);
 }
 OSTR_INLINE std::uint64_t big_sigma1(std::uint64_t e) noexcept {
-    return std::rotr(e ^ std::rotr(e ^ std::rotr(e, 23), 4), 14);
+    return std::rotr(e, 14) ^ std::rotr(e, 18) ^ std::rotr(e, 41);
 }
-OSTR_INLINE std::uint64_t small_sigma0(std::uint64_t x) noexcept {
+// (Used only where SSE2 is missing.)
+[[maybe_unused]] OSTR_INLINE std::uint64_t small_sigma0(std::uint64_t x) noexcept {
     return std::rotr(x ^ std::rotr(x, 7), 1) ^ (x >> 7);
 }
-OSTR_INLINE std::uint64_t small_sigma1(std::uint64_t x) noexcept {
+[[maybe_unused]] OSTR_INLINE std::uint64_t small_sigma1(std::uint64_t x) noexcept {
     return std::rotr(x ^ std::rotr(x, 42), 19) ^ (x >> 6);
 }
 OSTR_INLINE std::uint32_t big_sigma0(std::uint32_t a) noexcept {
@@ -158,23 +164,64 @@ OSTR_INLINE const Word* opaque(const Word* k) noexcept {
     return k;
 }
 
-// The message word of round i: the block's own words for the first 16
-// rounds, then computed on the fly in a ring of 16.
-template <std::size_t i, class Word>
-OSTR_INLINE Word schedule(Word* w) noexcept {
-    if constexpr (i >= 16)
-        w[i & 15] += small_sigma1(w[(i - 2) & 15]) + w[(i - 7) & 15] + small_sigma0(w[(i - 15) & 15]);
-    return w[i & 15];
+// The message words of a block and the sum K[i] + W[i] that round i adds.
+// This one computes W on the fly in a ring of 16: the block's own words for
+// the first 16 rounds, then the schedule.
+template <class Word>
+struct RingSchedule {
+    Word* w;
+    const Word* k;
+    template <std::size_t i>
+    OSTR_INLINE Word next() noexcept {
+        if constexpr (i >= 16)
+            w[i & 15] += small_sigma1(w[(i - 2) & 15]) + w[(i - 7) & 15] + small_sigma0(w[(i - 15) & 15]);
+        return k[i] + w[i & 15];
+    }
+};
+
+#if defined(__SSE2__)
+// SHA-512's schedule two words at a time in SSE2 registers, W[t] and W[t+1]
+// together (they depend on W[t-2] and W[t-1], already there), interleaved
+// with the rounds so that the vector unit works while the scalar rounds run:
+// round i (even) schedules W[i+16] and W[i+17]. With the flat big sigmas
+// this is about a sixth faster than the scalar ring.
+template <int n>
+OSTR_INLINE __m128i rotr_pair(__m128i x) noexcept {
+    return _mm_or_si128(_mm_srli_epi64(x, n), _mm_slli_epi64(x, 64 - n));
 }
+struct PairSchedule {
+    std::uint64_t* w;   // 80 words
+    std::uint64_t* kw;  // 80 sums K[t] + W[t]
+    const std::uint64_t* k;
+    static __m128i at(const std::uint64_t* p) noexcept { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
+    static void put(std::uint64_t* p, __m128i v) noexcept { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
+    OSTR_INLINE void start() noexcept {
+        for (int t = 0; t < 16; t += 2) put(kw + t, _mm_add_epi64(at(w + t), at(k + t)));
+    }
+    template <std::size_t t>
+    OSTR_INLINE void pair() noexcept {
+        const __m128i x15 = at(w + t - 15), x2 = at(w + t - 2);
+        const __m128i s0 = _mm_xor_si128(_mm_xor_si128(rotr_pair<1>(x15), rotr_pair<8>(x15)), _mm_srli_epi64(x15, 7));
+        const __m128i s1 = _mm_xor_si128(_mm_xor_si128(rotr_pair<19>(x2), rotr_pair<61>(x2)), _mm_srli_epi64(x2, 6));
+        const __m128i v = _mm_add_epi64(_mm_add_epi64(s1, at(w + t - 7)), _mm_add_epi64(s0, at(w + t - 16)));
+        put(w + t, v);
+        put(kw + t, _mm_add_epi64(v, at(k + t)));
+    }
+    template <std::size_t i>
+    OSTR_INLINE std::uint64_t next() noexcept {
+        if constexpr (i % 2 == 0 && i + 16 < 80) pair<i + 16>();
+        return kw[i];
+    }
+};
+#endif
 
 // One round. Callers rotate the roles of the eight variables instead of
 // moving them: round i+1 is called as (h, a, b, c, d, e, f, g). Maj(a,b,c)
 // is written as b ^ ((a ^ b) & (b ^ c)), and b ^ c is the previous round's
 // a ^ b, carried from round to round in bc (c itself is then not needed).
-template <std::size_t i, class Word>
-OSTR_INLINE void round(Word a, Word b, [[maybe_unused]] Word c, Word& d, Word e, Word f, Word g, Word& h, Word* w,
-                       const Word* k, Word& bc) noexcept {
-    const Word t1 = big_sigma1(e) + ((g ^ (e & (f ^ g))) + (h + k[i] + schedule<i>(w)));
+template <class Word>
+OSTR_INLINE void round(Word a, Word b, Word& d, Word e, Word f, Word g, Word& h, Word kw, Word& bc) noexcept {
+    const Word t1 = big_sigma1(e) + ((g ^ (e & (f ^ g))) + (h + kw));
     const Word ab = a ^ b;
     const Word t2 = big_sigma0(a) + (b ^ (ab & bc));
     bc = ab;
@@ -182,26 +229,26 @@ OSTR_INLINE void round(Word a, Word b, [[maybe_unused]] Word c, Word& d, Word e,
     h = t1 + t2;
 }
 
-template <std::size_t i, class Word>
-OSTR_INLINE void eight_rounds(Word& a, Word& b, Word& c, Word& d, Word& e, Word& f, Word& g, Word& h,
-                              Word* w, const Word* k, Word& bc) noexcept {
-    round<i + 0, Word>(a, b, c, d, e, f, g, h, w, k, bc);
-    round<i + 1, Word>(h, a, b, c, d, e, f, g, w, k, bc);
-    round<i + 2, Word>(g, h, a, b, c, d, e, f, w, k, bc);
-    round<i + 3, Word>(f, g, h, a, b, c, d, e, w, k, bc);
-    round<i + 4, Word>(e, f, g, h, a, b, c, d, w, k, bc);
-    round<i + 5, Word>(d, e, f, g, h, a, b, c, w, k, bc);
-    round<i + 6, Word>(c, d, e, f, g, h, a, b, w, k, bc);
-    round<i + 7, Word>(b, c, d, e, f, g, h, a, w, k, bc);
+template <std::size_t i, class Word, class Input>
+OSTR_INLINE void eight_rounds(Word& a, Word& b, Word& c, Word& d, Word& e, Word& f, Word& g, Word& h, Input& in,
+                              Word& bc) noexcept {
+    round(a, b, d, e, f, g, h, in.template next<i + 0>(), bc);
+    round(h, a, c, d, e, f, g, in.template next<i + 1>(), bc);
+    round(g, h, b, c, d, e, f, in.template next<i + 2>(), bc);
+    round(f, g, a, b, c, d, e, in.template next<i + 3>(), bc);
+    round(e, f, h, a, b, c, d, in.template next<i + 4>(), bc);
+    round(d, e, g, h, a, b, c, in.template next<i + 5>(), bc);
+    round(c, d, f, g, h, a, b, in.template next<i + 6>(), bc);
+    round(b, c, e, f, g, h, a, in.template next<i + 7>(), bc);
 }
 
 // All rounds of one block, fully unrolled; the state is updated in place.
-template <class Word, std::size_t... I>
-OSTR_INLINE void block_rounds(Word* state, Word* w, const Word* k, std::index_sequence<I...>) noexcept {
+template <class Word, class Input, std::size_t... I>
+OSTR_INLINE void block_rounds(Word* state, Input& in, std::index_sequence<I...>) noexcept {
     Word a = state[0], b = state[1], c = state[2], d = state[3];
     Word e = state[4], f = state[5], g = state[6], h = state[7];
     Word bc = b ^ c;
-    (eight_rounds<8 * I, Word>(a, b, c, d, e, f, g, h, w, k, bc), ...);
+    (eight_rounds<8 * I>(a, b, c, d, e, f, g, h, in, bc), ...);
     state[0] += a, state[1] += b, state[2] += c, state[3] += d;
     state[4] += e, state[5] += f, state[6] += g, state[7] += h;
 }
@@ -209,11 +256,22 @@ OSTR_INLINE void block_rounds(Word* state, Word* w, const Word* k, std::index_se
 // Every 1024-bit block of the padded message: sixteen 64-bit words.
 OSTR_INLINE void compress512_body(std::uint64_t* state, const std::uint64_t* m, std::size_t blocks) noexcept {
     const std::uint64_t* k = opaque(k512);
+#if defined(__SSE2__)
+    std::uint64_t w[80], kw[80];
+    PairSchedule in{w, kw, k};
     for (std::size_t blk = 0; blk < blocks; ++blk, m += 16) {
-        std::uint64_t w[16];
-        std::memcpy(w, m, sizeof w);
-        block_rounds(state, w, k, std::make_index_sequence<10>{});
+        std::memcpy(w, m, 16 * sizeof(std::uint64_t));
+        in.start();
+        block_rounds(state, in, std::make_index_sequence<10>{});
     }
+#else
+    std::uint64_t w[16];
+    RingSchedule<std::uint64_t> in{w, k};
+    for (std::size_t blk = 0; blk < blocks; ++blk, m += 16) {
+        std::memcpy(w, m, sizeof w);
+        block_rounds(state, in, std::make_index_sequence<10>{});
+    }
+#endif
 }
 
 #if defined(__x86_64__) || defined(__i386__)
@@ -248,7 +306,8 @@ void compress256(std::uint32_t* state, const std::uint64_t* m, std::size_t block
             w[2 * j] = static_cast<std::uint32_t>(m[j] >> 32);
             w[2 * j + 1] = static_cast<std::uint32_t>(m[j]);
         }
-        block_rounds(state, w, k, std::make_index_sequence<8>{});
+        RingSchedule<std::uint32_t> in{w, k};
+        block_rounds(state, in, std::make_index_sequence<8>{});
     }
 }
 

@@ -152,7 +152,19 @@ MemFile* read_mem_file(Stream& in) noexcept {
 
 Stream::~Stream() {
     sync();
-    if (used_) wipe(buf_, capacity);  // it held user data
+    if (used_) wipe(buf_, cap_);  // it held user data
+    if (owned_) mem_free(buf_);
+}
+
+void Stream::take_write_buffer() noexcept {
+    if (auto* b = static_cast<unsigned char*>(mem_alloc(write_block))) {
+        buf_ = b;
+        cap_ = write_block;
+        owned_ = true;
+    } else {
+        buf_ = lent_;
+        cap_ = sizeof(FileBuffer::bytes);
+    }
 }
 
 void Stream::flush() noexcept {
@@ -172,7 +184,11 @@ void Stream::give_back() noexcept {
 // bytes not yet taken. A large block, or a file that cannot tell its
 // position, is read directly.
 bool Stream::refill_get(void* dest, std::size_t n) noexcept {
-    if (!buf_ || n > capacity / 2) {
+    if (!buf_ && lent_) {
+        buf_ = lent_;
+        cap_ = sizeof(FileBuffer::bytes);
+    }
+    if (!buf_ || n > cap_ / 2) {
         sync();
         return file_get(dest, n);
     }
@@ -181,13 +197,18 @@ bool Stream::refill_get(void* dest, std::size_t n) noexcept {
     if (!eof_) {
         std::memmove(buf_, buf_ + at_, ahead_);
         at_ = 0;
-        const std::size_t want = capacity - ahead_;
+        const std::size_t want = cap_ - ahead_;
         const std::size_t got = std::fread(buf_ + ahead_, 1, want, file());
         ahead_ += got;
         eof_ = got < want;
         used_ = true;
     }
-    if (n > ahead_) return false;
+    if (n > ahead_) {
+        // Short: as fread does, the bytes that are there land in dest, but
+        // none is taken.
+        if (ahead_) std::memcpy(dest, buf_ + at_, ahead_);
+        return false;
+    }
     std::memcpy(dest, buf_ + at_, n);
     at_ += n;
     ahead_ -= n;

@@ -4,7 +4,9 @@
 //
 // In file mode a Stream may be lent a buffer (FileBuffer) by the exported
 // function that made it: fields are then gathered and written in blocks, or
-// read ahead in blocks, instead of one stdio call per field. What the FILE
+// read ahead in blocks, instead of one stdio call per field. A writing
+// Stream gathers in a larger heap block of its own when it can get one
+// (fewer system calls), else in the lent buffer. What the FILE
 // holds and where it stands are brought up to date by sync(): buffered bytes
 // are written out, bytes read ahead are given back by seeking. sync() runs
 // before the stream is handed to any outside code (handoff()) and when the
@@ -29,13 +31,14 @@ static_assert(std::endian::native == std::endian::little, "the stream encoding a
 struct FileBuffer {
     unsigned char bytes[8192];
 };
+constexpr std::size_t write_block = 1 << 16;
 
 class Stream {
 public:
     Stream(void* stream, std::int32_t mode) noexcept : p_(stream), file_(mode == 1) {}
     // Buffered through b in file mode; b must outlive the Stream.
     Stream(void* stream, std::int32_t mode, FileBuffer& b) noexcept : Stream(stream, mode) {
-        if (file_ && p_) buf_ = b.bytes;
+        if (file_ && p_) lent_ = b.bytes;
     }
     ~Stream();
     Stream(const Stream&) = delete;
@@ -63,7 +66,8 @@ public:
     }
 
     // Takes n bytes only when all of them are there; otherwise consumes
-    // nothing and leaves dest as it was.
+    // nothing. dest then keeps what it had in a memory stream; from a file
+    // it receives the bytes that were there (as stdio's fread leaves them).
     bool get(void* dest, std::size_t n) noexcept {
         if (file_) return buffered_get(dest, n);
         MemFile* m = mem();
@@ -91,7 +95,6 @@ public:
     }
 
 private:
-    static constexpr std::size_t capacity = sizeof(FileBuffer::bytes);
 
     MemFile* mem() const noexcept { return static_cast<MemFile*>(p_); }
     std::FILE* file() const noexcept { return static_cast<std::FILE*>(p_); }
@@ -107,13 +110,16 @@ private:
         m->position += static_cast<std::uint32_t>(n);
     }
     void put_file(const void* bytes, std::size_t n) noexcept {
-        if (buf_ && n <= capacity - out_) {
-            std::memcpy(buf_ + out_, bytes, n);
-            out_ += n;
-            used_ = true;
-            return;
+        if (!buf_ && lent_) take_write_buffer();
+        if (buf_) {
+            if (n > cap_ - out_) flush();
+            if (n <= cap_) {
+                std::memcpy(buf_ + out_, bytes, n);
+                out_ += n;
+                used_ = true;
+                return;
+            }
         }
-        if (out_) flush();
         std::fwrite(bytes, 1, n, file());
     }
     bool buffered_get(void* dest, std::size_t n) noexcept {
@@ -125,6 +131,7 @@ private:
         }
         return refill_get(dest, n);
     }
+    void take_write_buffer() noexcept;
     void flush() noexcept;
     void give_back() noexcept;
     bool refill_get(void* dest, std::size_t n) noexcept;
@@ -135,7 +142,10 @@ private:
     bool eof_ = false;           // a read ahead came back short
     bool used_ = false;          // the buffer has held bytes
     signed char seekable_ = -1;  // unknown until the first read ahead
-    unsigned char* buf_ = nullptr;
+    bool owned_ = false;         // buf_ is a heap block of this Stream
+    unsigned char* lent_ = nullptr;
+    unsigned char* buf_ = nullptr;  // the buffer in use: lent_ or a heap block
+    std::size_t cap_ = 0;
     std::size_t out_ = 0;    // bytes gathered for writing
     std::size_t at_ = 0;     // where the bytes read ahead start in buf_
     std::size_t ahead_ = 0;  // bytes read ahead and not yet taken

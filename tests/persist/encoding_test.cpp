@@ -8,7 +8,6 @@
 
 #include "support.hpp"
 #include "support/counting_alloc.hpp"
-#include "values.hpp"
 
 namespace {
 
@@ -16,9 +15,7 @@ using namespace persist_test;
 
 // One entry under key "k": count 1, key, type name, value bytes, colour 1.
 Bytes single(const char* type, const Bytes& value) {
-    Enc e;
-    e.u32(1).str("k").str(type).raw(value.data(), value.size()).u32(1);
-    return e.b;
+    return Enc().u32(1).str("k").str(type).raw(value.data(), value.size()).u32(1).b;
 }
 
 double with_bits(std::uint64_t bits) {
@@ -72,6 +69,9 @@ TEST(Encoding, EmptyTreeIsFourZeroBytesAndReadsBackEmpty) {
     release(t);
 }
 
+// Everything reads back to the same encoding, except the vector: its reader
+// wants 8 bytes per element where the writer gave one, so the 3 bytes read
+// back as no value.
 TEST(Encoding, EveryTypeOfOneEntryByteForByte) {
     ostr::test::CountingAlloc counter;
     for (const Golden& g : goldens) {
@@ -79,10 +79,12 @@ TEST(Encoding, EveryTypeOfOneEntryByteForByte) {
         put(t, "k", g.make(), g.type);
         const Bytes expect = single(g.type, g.value);
         EXPECT_EQ(encode_tree(t), expect) << g.name;
-        // Everything but the vector reads back to the same encoding.
         for (int mode : {0, 1}) {
             ArbTree* back = decode_tree(expect, mode);
-            if (std::string(g.type) != "vector") {
+            if (std::string(g.type) == "vector") {
+                ASSERT_NE(back->root->entry, nullptr);
+                EXPECT_EQ(back->root->entry->value, nullptr) << mode;
+            } else {
                 EXPECT_EQ(encode_tree(back), expect) << g.name << " mode " << mode;
             }
             release(back);
@@ -155,82 +157,38 @@ TEST(Encoding, UnregisteredTypeWritesNoValueAndCopiesAsAbsent) {
     ostr::mem_free(v);
 }
 
-TEST(Encoding, VectorEntryDoesNotSurviveARoundTrip) {
-    ArbTree* t = initializeArbTree();
-    put(t, "v", vector_of({1, 2}), "vector");
-    put(t, "w", boxed<std::int32_t>(9), "integer");
-    ArbTree* back = decode_tree(encode_tree(t), 0);
-    const double* v = getVector("v", back);
-    const std::int32_t* w = getInteger("w", back);
-    EXPECT_TRUE(!v || !w || v[0] != 2 || *w != 9);
-    release(back);
-    release(t);
-}
-
-bool same_strings(char** a, char** b) {
-    int i = 0;
-    for (; a[i][0] && b[i][0]; ++i)
-        if (std::strcmp(a[i], b[i]) != 0) return false;
-    return !a[i][0] && !b[i][0];
-}
-
-bool same_matrix(double** a, double** b) {
-    if (a[0][0] != b[0][0]) return false;
-    for (int r = 1; r <= static_cast<int>(a[0][0]); ++r)
-        if (a[r][0] != b[r][0] || std::memcmp(a[r], b[r], (static_cast<std::size_t>(a[r][0]) + 1) * 8) != 0) return false;
-    return true;
-}
-
-bool same_value(const std::string& type, void* a, void* b) {
-    if (!a || !b) return a == b;
-    if (type == "integer") return *static_cast<std::int32_t*>(a) == *static_cast<std::int32_t*>(b);
-    if (type == "decimal") return *static_cast<double*>(a) == *static_cast<double*>(b);
-    if (type == "cmplx") return std::memcmp(a, b, sizeof(Complex)) == 0;
-    if (type == "string") return std::strcmp(static_cast<char*>(a), static_cast<char*>(b)) == 0;
-    if (type == "string_array") return same_strings(static_cast<char**>(a), static_cast<char**>(b));
-    if (type == "matrix") return same_matrix(static_cast<double**>(a), static_cast<double**>(b));
-    if (type == "byte_array") return bytes_of(static_cast<MemFile*>(a)) == bytes_of(static_cast<MemFile*>(b));
-    if (type == "string_tree") {
-        auto* x = static_cast<RBTree*>(a);
-        auto* y = static_cast<RBTree*>(b);
-        if (x->count != y->count || rb_violation(y) != "") return false;
-        for (const char* k : {"b", "c"})
-            if (std::strcmp(static_cast<char*>(getRBVal(k, x)), static_cast<char*>(getRBVal(k, y))) != 0) return false;
-        return true;
-    }
-    if (type == "arbtree") {
-        auto* x = static_cast<ArbTree*>(a);
-        auto* y = static_cast<ArbTree*>(b);
-        return x->count == y->count && same_value("decimal", getVal(x->root->key, x, "decimal"),
-                                                  getVal(x->root->key, y, "decimal"));
-    }
-    return false;
-}
-
-// Random trees of every surviving type: the read tree is a valid red-black
-// tree with every value equal, and encodes to the same bytes.
+// Random trees of every type that survives a round trip: the read tree is a
+// valid red-black tree with every key under its type, and encodes to the
+// same bytes.
 TEST(Encoding, RandomTreesOfEveryTypeRoundTrip) {
     ostr::test::CountingAlloc counter;
     std::mt19937 rng(11);
     ArbTree* t = initializeArbTree();
+    std::vector<std::pair<std::string, const char*>> keys;
     for (int i = 0; i < 4000; ++i) {
         const std::string key = numbered("key", rng() % 100000);
         const double x = std::uniform_real_distribution<double>(-1e6, 1e6)(rng);
+        const char* types[] = {"integer", "decimal",    "cmplx",       "string", "string_array",
+                               "matrix",  "byte_array", "string_tree", "arbtree"};
+        const char* type = types[i % 9];
+        void* v = nullptr;
         switch (i % 9) {
-            case 0: put(t, key, boxed<std::int32_t>(static_cast<std::int32_t>(rng())), "integer"); break;
-            case 1: put(t, key, boxed(x), "decimal"); break;
-            case 2: put(t, key, boxed(Complex{x, -x}), "cmplx"); break;
-            case 3: put(t, key, ostr::dup_text(key + "!"), "string"); break;
-            case 4: put(t, key, strings_of({key, "two", "three"}), "string_array"); break;
-            case 5: put(t, key, matrix_of({{x, 1}, {2, x}, {3, 4}}), "matrix"); break;
-            case 6: put(t, key, bytes_value(key), "byte_array"); break;
-            case 7: put(t, key, string_tree_of({{key, "a"}, {"b", key}, {"c", "d"}}), "string_tree"); break;
+            case 0: v = boxed<std::int32_t>(static_cast<std::int32_t>(rng())); break;
+            case 1: v = boxed(x); break;
+            case 2: v = boxed(Complex{x, -x}); break;
+            case 3: v = ostr::dup_text(key + "!"); break;
+            case 4: v = strings_of({key, "two", "three"}); break;
+            case 5: v = matrix_of({{x, 1}, {2, x}, {3, 4}}); break;
+            case 6: v = bytes_value(key); break;
+            case 7: v = string_tree_of({{key, "a"}, {"b", key}, {"c", "d"}}); break;
             default: {
                 ArbTree* inner = initializeArbTree();
                 put(inner, key, boxed(x), "decimal");
-                put(t, key, inner, "arbtree");
+                v = inner;
             }
         }
+        put(t, key, v, type);
+        keys.emplace_back(key, type);
     }
     const Bytes b = encode_tree(t);
     for (int mode : {0, 1}) {
@@ -238,15 +196,8 @@ TEST(Encoding, RandomTreesOfEveryTypeRoundTrip) {
         EXPECT_EQ(rb_violation(back), "");
         EXPECT_EQ(back->count, t->count);
         EXPECT_EQ(encode_tree(back), b);
-        std::vector<ArbNode*> stack{t->root};
-        while (!stack.empty()) {
-            ArbNode* n = stack.back();
-            stack.pop_back();
-            if (!n->left) continue;
-            EXPECT_TRUE(same_value(n->entry->type, n->entry->value, getVal(n->key, back, n->entry->type))) << n->key;
-            stack.push_back(n->left);
-            stack.push_back(n->right);
-        }
+        for (const auto& [k, type] : keys)
+            EXPECT_EQ(getVal(k.c_str(), back, type) != nullptr, getVal(k.c_str(), t, type) != nullptr) << k;
         release(back);
     }
     release(t);

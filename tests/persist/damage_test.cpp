@@ -95,16 +95,14 @@ TEST(Damage, PromisesBeyondTheDataAllocateNothingForThem) {
     const ostr::AllocHooks hooks{measuring_alloc, measuring_realloc, std::free};
     for (const Bytes& b : cases) {
         for (int mode : {0, 1}) {
-            MemFile* m = mode ? nullptr : mem_of(b);
-            FILE* f = mode ? file_of(b) : nullptr;
-            ostr::set_alloc_hooks(&hooks);
-            requested = 0;
-            ArbTree* t = readArbTreeFromStream(mode ? static_cast<void*>(f) : m, mode);
-            const std::size_t cost = requested;
-            ostr::set_alloc_hooks(nullptr);
-            MemClose(m);
-            if (f) std::fclose(f);
-            EXPECT_LT(cost, 1024u) << "case of " << b.size() << " bytes, mode " << mode;
+            ArbTree* t = decode(b, mode, [&](void* s, std::int32_t md) {
+                ostr::set_alloc_hooks(&hooks);
+                requested = 0;
+                ArbTree* r = readArbTreeFromStream(s, md);
+                ostr::set_alloc_hooks(nullptr);
+                return r;
+            });
+            EXPECT_LT(requested, 1024u) << "case of " << b.size() << " bytes, mode " << mode;
             release(t);
         }
     }

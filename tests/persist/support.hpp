@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -45,14 +46,12 @@ inline std::string numbered(const char* prefix, long n) {
 
 template <class T>
 T* boxed(T v) {
-    auto* p = static_cast<T*>(ostr::mem_alloc(sizeof(T)));
-    std::memcpy(p, &v, sizeof(T));
-    return p;
+    return static_cast<T*>(std::memcpy(ostr::mem_alloc(sizeof(T)), &v, sizeof(T)));
 }
 inline double* vector_of(const std::vector<double>& d) {
     auto* v = static_cast<double*>(ostr::mem_alloc((d.size() + 1) * sizeof(double)));
     v[0] = static_cast<double>(d.size());
-    for (std::size_t i = 0; i < d.size(); ++i) v[i + 1] = d[i];
+    std::copy(d.begin(), d.end(), v + 1);
     return v;
 }
 inline double** matrix_of(const std::vector<std::vector<double>>& rows) {
@@ -63,8 +62,7 @@ inline double** matrix_of(const std::vector<std::vector<double>>& rows) {
 }
 inline char** strings_of(const std::vector<std::string>& texts) {
     auto** a = static_cast<char**>(ostr::mem_alloc((texts.size() + 1) * sizeof(char*)));
-    for (std::size_t i = 0; i < texts.size(); ++i) a[i] = ostr::dup_text(texts[i]);
-    a[texts.size()] = ostr::dup_text("");
+    for (std::size_t i = 0; i <= texts.size(); ++i) a[i] = ostr::dup_text(i < texts.size() ? texts[i] : "");
     return a;
 }
 inline MemFile* bytes_value(const std::string& s) {
@@ -104,7 +102,8 @@ inline Bytes bytes_of(FILE* f) {
 }
 
 // Writes with a writer (stream, mode) to a memory stream and to a file and
-// checks both give the same bytes.
+// checks both give the same bytes. In the file the writer's bytes sit
+// between two written directly, which must stay in their places.
 template <class W>
 Bytes encode(W write) {
     MemFile* m = MemOpen(1);
@@ -112,11 +111,15 @@ Bytes encode(W write) {
     Bytes mem = bytes_of(m);
     MemClose(m);
     FILE* f = std::tmpfile();
+    std::fputc('<', f);
     write(static_cast<void*>(f), 1);
+    std::fputc('>', f);
     Bytes file = bytes_of(f);
     std::fclose(f);
+    mem.insert(mem.begin(), '<');
+    mem.push_back('>');
     EXPECT_EQ(mem, file) << "memory and file encodings differ";
-    return mem;
+    return Bytes(mem.begin() + 1, mem.end() - 1);
 }
 inline Bytes encode_tree(ArbTree* t) {
     return encode([&](void* s, std::int32_t mode) { writeArbTreeToStream(t, nullptr, s, mode); });

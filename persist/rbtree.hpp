@@ -5,9 +5,10 @@
 // Every tree has one empty leaf, a black node without children, that all its
 // real nodes point to in place of a missing child (the textbook sentinel). It
 // lives in the tree record's own block (TreeBlock), so a node costs one block
-// and every descent ends on a node that is already in the cache. A leaf's
-// parent field is scratch: erase() sets it on the way to the fix-up, nothing
-// else reads it. The leaf is never freed on its own and never turns red.
+// and every descent ends on a node that is already in the cache. The leaf's
+// parent field is scratch: erase() parks the place of the removed node there
+// for its fix-up (rotations may overwrite it too); nothing else reads it.
+// The leaf is never freed on its own and never turns red.
 //
 // Trees read from a damaged stream may hold keys out of order and colours
 // other than 0/1; every walk here is iterative or bounded by the tree height

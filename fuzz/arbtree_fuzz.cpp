@@ -1,9 +1,11 @@
 // Reads arbitrary bytes as a typed tree, from a memory stream and from a
 // file, then exercises what a program does next with a loaded tree: look
-// keys up, copy it, write it again, change it and free it. Any crash, leak,
+// keys up, copy it, write it again (to memory and to a FILE, which must give
+// the same bytes), change it, free part of it and free it. Any crash, leak,
 // out-of-bounds read or hang is a finding.
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "numeric/memory.hpp"
@@ -11,17 +13,35 @@
 
 namespace {
 
+// Writes the tree to memory and to a FILE (in memory too); the two
+// encodings must be the same bytes.
+void write_both(ArbTree* t) {
+    MemFile* out = MemOpen(64);
+    writeArbTreeToStream(t, nullptr, out, 0);
+    char* file_bytes = nullptr;
+    std::size_t file_size = 0;
+    if (std::FILE* f = open_memstream(&file_bytes, &file_size)) {
+        writeArbTreeToStream(t, nullptr, f, 1);
+        std::fclose(f);
+        if (file_size != out->position || (file_size && std::memcmp(file_bytes, out->data, file_size) != 0))
+            __builtin_trap();
+    }
+    std::free(file_bytes);
+    MemClose(out);
+}
+
 void exercise(ArbTree* t) {
     if (!t) return;
     for (const char* k : {"", "k", "mathAE", "a"}) (void)getVal(k, t, "string");
     ArbTree* c = copyArbTree(t);
-    MemFile* out = MemOpen(64);
-    writeArbTreeToStream(c, nullptr, out, 0);
+    write_both(c);
     if (c && c->root && c->root->key) {
         insertArbNode(c, nullptr, "fuzz", createArbValue(nullptr, "null"));
         deleteArbNode(c, c->root->key);
+        if (c->root && c->root->left && c->root->left->left) freeArbTree(c, c->root->left, 1);
+        insertArbNode(c, nullptr, "again", createArbValue(nullptr, "null"));
+        write_both(c);
     }
-    MemClose(out);
     freeRBNodeValueArbTree(c);
     freeRBNodeValueArbTree(t);
 }

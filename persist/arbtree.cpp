@@ -59,24 +59,13 @@ bool read_text(Stream& in, Text& out) {
 
 namespace {
 
-ArbTree* new_tree() noexcept {
-    auto* t = static_cast<ArbTree*>(mem_alloc(sizeof(ArbTree)));
-    if (!t) return nullptr;
-    t->root = rb::make_leaf<ArbNode>(nullptr);
-    t->freeValue = nullptr;
-    t->count = 0;
-    if (!t->root) {
-        mem_free(t);
-        return nullptr;
-    }
-    return t;
-}
+ArbTree* new_tree() noexcept { return rb::new_tree<ArbTree>(); }
 
 void insert_entry(ArbTree* tree, ArbNode* start, const char* key, ArbValue* entry) noexcept {
     if (!tree || !key) return free_entry(entry, tree ? tree->freeValue : nullptr);
-    if (!tree->root && !(tree->root = rb::make_leaf<ArbNode>(nullptr))) return free_entry(entry, tree->freeValue);
+    if (!tree->root) tree->root = rb::leaf_of(tree);  // the whole tree was freed before
     bool existed = false;
-    ArbNode* n = rb::insert(*tree, start ? start : tree->root, key, existed);
+    ArbNode* n = rb::insert(*tree, start, key, existed);
     if (!n) return free_entry(entry, tree->freeValue);
     if (existed && n->entry != entry) free_entry(n->entry, tree->freeValue);
     n->entry = entry;
@@ -99,29 +88,28 @@ void* get_value(const char* key, const ArbTree* tree, const char* type) noexcept
 }
 
 // Frees a subtree. When it is the whole tree, the root is cleared and the
-// count set to 0. A proper subtree is replaced by an empty leaf and the
-// count lowered by the entries it held (a full binary subtree of k entries
-// has 2k + 1 nodes), so the rest of the tree stays usable.
+// count set to 0. A proper subtree is replaced by the empty leaf and the
+// count lowered by the entries it held, so the rest of the tree stays
+// usable. A leaf holds nothing and is never freed.
 void free_tree(ArbTree* tree, ArbNode* node, bool free_values) noexcept {
     ArbNode* start = node ? node : tree ? tree->root : nullptr;
     if (!start) return;
     const ArbFreeFn tree_free = tree ? tree->freeValue : nullptr;
-    ArbNode* parent = start->parent;
     const bool whole = tree && start == tree->root;
-    std::int64_t released = 0;
-    rb::destroy(start, [&](ArbValue* e) {
-        ++released;
-        if (free_values) free_entry(e, tree_free);
-    });
+    if (!rb::is_leaf(start)) {
+        ArbNode** link = whole || !tree || !start->parent ? nullptr : &rb::link_of(*tree, start);
+        const std::int64_t freed = rb::destroy(start, [&](ArbValue* e) {
+            if (free_values) free_entry(e, tree_free);
+        });
+        if (link) {
+            *link = rb::leaf_of(tree);
+            tree->count -= static_cast<std::int32_t>(freed);
+        }
+    }
     if (whole) {
         tree->root = nullptr;
         tree->count = 0;
-        return;
     }
-    if (!tree || !parent) return;
-    ArbNode*& slot = parent->left == start ? parent->left : parent->right;
-    slot = rb::make_leaf<ArbNode>(parent);
-    tree->count -= static_cast<std::int32_t>((released - 1) / 2);
 }
 
 ArbValue* copy_entry(const ArbValue* e) noexcept {
@@ -135,15 +123,18 @@ ArbValue* copy_entry(const ArbValue* e) noexcept {
 
 ArbTree* copy_tree(const ArbTree* tree) noexcept {
     if (!tree) return nullptr;
-    auto* t = static_cast<ArbTree*>(mem_alloc(sizeof(ArbTree)));
+    ArbTree* t = new_tree();
     if (!t) return nullptr;
-    *t = *tree;
-    if (tree->root) {
-        t->root = rb::copy(tree->root, copy_entry, [&](ArbValue* e) { free_entry(e, t->freeValue); });
-        if (!t->root) {
-            mem_free(t);
-            return nullptr;
-        }
+    t->freeValue = tree->freeValue;
+    t->count = tree->count;
+    if (!tree->root) {
+        t->root = nullptr;
+        return t;
+    }
+    t->root = rb::copy(tree->root, rb::leaf_of(t), copy_entry, [&](ArbValue* e) { free_entry(e, t->freeValue); });
+    if (!t->root) {
+        mem_free(t);
+        return nullptr;
     }
     return t;
 }
@@ -153,39 +144,47 @@ ArbTree* copy_tree(const ArbTree* tree) noexcept {
 // its subtree are not written, although the count at the root includes
 // them, so such a tree does not read back whole. This is deliberate; keep it.
 // A node without an entry is written as a "null" entry.
-void write_tree(const ArbTree* tree, ArbNode* node, Stream& out) {
+}  // namespace
+
+void write_arbtree(ArbTree* tree, ArbNode* node, Stream& out) {
     ArbNode* start = node ? node : tree->root;
     if (start == tree->root) out.put_u32(static_cast<std::uint32_t>(tree->count));
     TypeCache types;
-    rb::preorder(start, [&](ArbNode* n) {
+    const auto fetch_entry = [](ArbNode* n) { __builtin_prefetch(n->entry); };
+    const auto fetch_value = [](ArbNode* n) {
+        if (n->entry) __builtin_prefetch(n->entry->value);
+    };
+    rb::preorder(start, rb::leaf_of(tree), fetch_entry, fetch_value, [&](ArbNode* n) {
         const char* type = n->entry ? n->entry->type : "null";
         void* value = n->entry ? n->entry->value : nullptr;
         if (!value && (!type || std::strcmp(type, "null") != 0)) return false;
         write_text(out, n->key);
         write_text(out, type);
-        const ArbType* t = types.find(type);
-        if (t && t->write) t->write(value, out.raw(), out.mode());
+        const TypeInfo& t = types.find(type);
+        if (t.record) write_with(t.record->write, t.write, value, out);
         out.put_u32(static_cast<std::uint32_t>(n->color));
         return true;
     });
 }
 
+namespace {
+
 // One node: key, type name, value (when the type is known and readable;
 // otherwise the entry is none and the value's bytes are misread by what
 // follows), colour. nullptr at the end of the data.
-ArbNode* read_node(Stream& in, Text& key, Text& type, TypeCache& types) {
+ArbNode* read_node(Stream& in, Text& key, Text& type, TypeCache& types, ArbNode* leaf) {
     if (!read_text(in, key)) return nullptr;
     read_text(in, type);
     ArbValue* entry = nullptr;
-    const ArbType* t = types.find(type.c_str());
-    if (t && t->read) {
-        void* value = t->read(in.raw(), in.mode());
+    const TypeInfo& t = types.find(type.c_str());
+    if (t.record && t.record->read) {
+        void* value = read_with(t.record->read, t.read, in);
         entry = make_entry(value, type);
-        if (!entry && value && t->free) t->free(value);
+        if (!entry && value && t.record->free) t.record->free(value);
     }
     std::uint32_t color = rb::black;
     in.get_u32(color);
-    ArbNode* n = rb::make_node<ArbNode>(key, nullptr, static_cast<std::int32_t>(color));
+    ArbNode* n = rb::make_node<ArbNode>(key, nullptr, static_cast<std::int32_t>(color), leaf);
     if (!n) {
         free_entry(entry, nullptr);
         return nullptr;
@@ -194,7 +193,9 @@ ArbNode* read_node(Stream& in, Text& key, Text& type, TypeCache& types) {
     return n;
 }
 
-ArbTree* read_tree(Stream& in) {
+}  // namespace
+
+ArbTree* read_arbtree(Stream& in) {
     NestingGuard nesting;
     if (nesting.too_deep()) return nullptr;
     ArbTree* tree = new_tree();
@@ -203,11 +204,10 @@ ArbTree* read_tree(Stream& in) {
     in.get_u32(count);
     Text key, type;
     TypeCache types;
-    rb::rebuild(*tree, count, [&] { return read_node(in, key, type, types); }, [](ArbValue* e) { free_entry(e, nullptr); });
+    rb::rebuild(*tree, count, [&](ArbNode* leaf) { return read_node(in, key, type, types, leaf); });
     return tree;
 }
 
-}  // namespace
 }  // namespace ostr::persist
 
 using namespace ostr::persist;
@@ -248,12 +248,14 @@ ArbTree* copyArbTree(ArbTree* tree) noexcept { return copy_tree(tree); }
 void freeArbTree(ArbTree* tree, ArbNode* node, int32_t freeValues) noexcept { free_tree(tree, node, freeValues != 0); }
 
 void writeArbTreeToStream(ArbTree* tree, ArbNode* node, void* stream, int32_t mode) noexcept {
-    Stream out(stream, mode);
-    if (tree && out) write_tree(tree, node, out);
+    FileBuffer b;
+    Stream out(stream, mode, b);
+    if (tree && out) write_arbtree(tree, node, out);
 }
 ArbTree* readArbTreeFromStream(void* stream, int32_t mode) noexcept {
-    Stream in(stream, mode);
-    return in ? read_tree(in) : nullptr;
+    FileBuffer b;
+    Stream in(stream, mode, b);
+    return in ? read_arbtree(in) : nullptr;
 }
 
 int32_t writeArbTreeToFile(ArbTree* tree, const char* fileName) noexcept {

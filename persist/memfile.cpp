@@ -8,7 +8,7 @@
 #include <cstring>
 
 #include "numeric/memory.hpp"
-#include "persist/stream.hpp"
+#include "persist/persist.hpp"
 
 namespace ostr::persist {
 
@@ -142,8 +142,9 @@ void* dump(const MemFile* m, std::int32_t from, std::int32_t to) noexcept {
     return block;
 }
 
-void write_mem_file(const MemFile* m, void* target, std::int32_t mode) noexcept {
-    Stream out(target, mode);
+}  // namespace
+
+void write_mem_file(const MemFile* m, Stream& out) noexcept {
     if (!m || !out) return;
     const std::uint32_t n = std::min<std::uint32_t>(m->position, static_cast<std::uint32_t>(m->size > 0 ? m->size : 0));
     out.put_u32(n);
@@ -151,8 +152,7 @@ void write_mem_file(const MemFile* m, void* target, std::int32_t mode) noexcept 
 }
 
 // A stored empty byte array (n = 0) does not come back: n must be at least 1.
-MemFile* read_mem_file(void* source, std::int32_t mode) noexcept {
-    Stream in(source, mode);
+MemFile* read_mem_file(Stream& in) noexcept {
     std::uint32_t n = 0;
     if (!in || !in.get_u32(n) || n == 0 || n > INT32_MAX || !in.can_hold(n)) return nullptr;
     OwnedBlock<unsigned char> data(static_cast<unsigned char*>(mem_alloc(n)));
@@ -162,7 +162,70 @@ MemFile* read_mem_file(void* source, std::int32_t mode) noexcept {
     return m;
 }
 
-}  // namespace
+Stream::~Stream() {
+    sync();
+    if (used_) wipe(buf_, cap_);  // it held user data
+    if (owned_) mem_free(buf_);
+}
+
+void Stream::take_write_buffer() noexcept {
+    if (auto* b = static_cast<unsigned char*>(mem_alloc(write_block))) {
+        buf_ = b;
+        cap_ = write_block;
+        owned_ = true;
+    } else {
+        buf_ = lent_;
+        cap_ = sizeof(FileBuffer::bytes);
+    }
+}
+
+void Stream::flush() noexcept {
+    std::fwrite(buf_, 1, out_, file());
+    out_ = 0;
+}
+
+// Seeks back over the bytes read ahead and not taken (this clears the
+// end-of-file flag too, as a short read does below).
+void Stream::give_back() noexcept {
+    std::fseek(file(), -static_cast<long>(ahead_), SEEK_CUR);
+    at_ = ahead_ = 0;
+    eof_ = false;
+}
+
+// The field is not all in the buffer: read ahead another block, keeping the
+// bytes not yet taken. A large block, or a file that cannot tell its
+// position, is read directly.
+bool Stream::refill_get(void* dest, std::size_t n) noexcept {
+    if (!buf_ && lent_) {
+        buf_ = lent_;
+        cap_ = sizeof(FileBuffer::bytes);
+    }
+    if (!buf_ || n > cap_ / 2) {
+        sync();
+        return file_get(dest, n);
+    }
+    if (seekable_ < 0) seekable_ = std::ftell(file()) >= 0;
+    if (!seekable_) return file_get(dest, n);
+    if (!eof_) {
+        std::memmove(buf_, buf_ + at_, ahead_);
+        at_ = 0;
+        const std::size_t want = cap_ - ahead_;
+        const std::size_t got = std::fread(buf_ + ahead_, 1, want, file());
+        ahead_ += got;
+        eof_ = got < want;
+        used_ = true;
+    }
+    if (n > ahead_) {
+        // Short: as fread does, the bytes that are there land in dest, but
+        // none is taken.
+        if (ahead_) std::memcpy(dest, buf_ + at_, ahead_);
+        return false;
+    }
+    std::memcpy(dest, buf_ + at_, n);
+    at_ += n;
+    ahead_ -= n;
+    return true;
+}
 
 bool Stream::file_get(void* dest, std::size_t n) noexcept {
     const std::size_t got = std::fread(dest, 1, n, file());
@@ -177,13 +240,13 @@ bool Stream::can_hold(std::uint64_t n) noexcept {
     constexpr std::uint64_t assumed_fit = 1 << 16;
     if (!p_) return false;
     if (!file_) return n <= mem_remaining(mem());
-    if (n <= assumed_fit) return true;
+    if (n <= assumed_fit || n <= ahead_) return true;
     std::FILE* f = file();
-    const long here = std::ftell(f);
+    const long here = std::ftell(f);  // past the bytes read ahead
     if (here < 0 || std::fseek(f, 0, SEEK_END) != 0) return false;
     const long end = std::ftell(f);
     std::fseek(f, here, SEEK_SET);
-    return end >= here && static_cast<std::uint64_t>(end - here) >= n;
+    return end >= here && static_cast<std::uint64_t>(end - here) + ahead_ >= n;
 }
 
 }  // namespace ostr::persist
@@ -216,8 +279,14 @@ size_t MemFWrite(MemFile* stream, FILE* file) noexcept {
 }
 void* MemDump(MemFile* stream, int32_t from, int32_t to) noexcept { return dump(stream, from, to); }
 MemFile* CopyMemFile(MemFile* stream) noexcept { return copy_mem(stream); }
-void WriteMemFile(MemFile* stream, void* target, int32_t mode) noexcept { write_mem_file(stream, target, mode); }
-MemFile* ReadMemFile(void* source, int32_t mode) noexcept { return read_mem_file(source, mode); }
+void WriteMemFile(MemFile* stream, void* target, int32_t mode) noexcept {
+    Stream out(target, mode);
+    write_mem_file(stream, out);
+}
+MemFile* ReadMemFile(void* source, int32_t mode) noexcept {
+    Stream in(source, mode);
+    return read_mem_file(in);
+}
 
 unsigned char* MemGetBufHandle(MemFile* stream) noexcept { return stream ? stream->data : nullptr; }
 uint32_t MemGetBufPos(MemFile* stream) noexcept { return stream ? stream->position : 0; }

@@ -15,24 +15,64 @@ namespace ostr::persist {
 // The record of a registered type, or nullptr. Builds the map on first use.
 const ArbType* find_type(const char* name) noexcept;
 
+// A value handler in its Stream form: what a built-in C handler does, on
+// the caller's Stream (so a nested value shares its buffer).
+using StreamWriteFn = void (*)(const void* value, Stream& out);
+using StreamReadFn = void* (*)(Stream& in);
+// The Stream form of a built-in C handler; nullptr for any other.
+StreamWriteFn stream_writer(ArbWriteFn fn) noexcept;
+StreamReadFn stream_reader(ArbReadFn fn) noexcept;
+
+// Calls a value handler: the Stream form when there is one, else the C
+// handler on the raw stream (brought up to date first).
+inline void write_with(ArbWriteFn c, StreamWriteFn s, void* value, Stream& out) {
+    if (s)
+        s(value, out);
+    else if (c)
+        c(value, out.handoff(), out.mode());
+}
+inline void* read_with(ArbReadFn c, StreamReadFn s, Stream& in) {
+    if (s) return s(in);
+    return c ? c(in.handoff(), in.mode()) : nullptr;
+}
+
+// A registered type as the serialisers use it.
+struct TypeInfo {
+    const ArbType* record = nullptr;
+    StreamWriteFn write = nullptr;
+    StreamReadFn read = nullptr;
+};
+
 // Remembers the last lookup: the nodes of a tree mostly share few types.
 class TypeCache {
 public:
-    const ArbType* find(const char* name) {
-        if (!name) return nullptr;
+    const TypeInfo& find(const char* name) {
+        static const TypeInfo none;
+        if (!name) return none;
         if (!valid_ || last_ != name) {
             last_ = name;
-            record_ = find_type(name);
+            info_.record = find_type(name);
+            info_.write = info_.record ? stream_writer(info_.record->write) : nullptr;
+            info_.read = info_.record ? stream_reader(info_.record->read) : nullptr;
             valid_ = true;
         }
-        return record_;
+        return info_;
     }
 
 private:
     std::string last_;
-    const ArbType* record_ = nullptr;
+    TypeInfo info_;
     bool valid_ = false;
 };
+
+// The serialisers on a Stream the caller holds (the exported functions make
+// one and call these; nested values share it).
+void write_arbtree(ArbTree* tree, ArbNode* node, Stream& out);
+[[nodiscard]] ArbTree* read_arbtree(Stream& in);
+void write_rbtree(RBTree* tree, RBNode* node, Stream& out);
+[[nodiscard]] RBTree* read_rbtree(Stream& in, ArbFreeFn f, ArbWriteFn w, ArbReadFn r, ArbCopyFn c);
+void write_mem_file(const MemFile* m, Stream& out) noexcept;
+[[nodiscard]] MemFile* read_mem_file(Stream& in) noexcept;
 
 // An entry and its type name in one block.
 [[nodiscard]] ArbValue* make_entry(void* value, std::string_view type) noexcept;

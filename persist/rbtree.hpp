@@ -2,15 +2,22 @@
 // generic search tree (RBNode): the two node records have the same shape and
 // differ only in what the last field holds, reached through payload().
 //
-// Empty leaves are real black nodes without children, so the deletion below
-// is the textbook one with a sentinel, except that each leaf belongs to one
-// parent. Trees read from a damaged stream may hold keys out of order and
-// colours other than 0/1; every walk here is iterative or bounded by the tree
-// height in a loop, and no rotation ever lifts a leaf (leaves stay black, and
-// only red nodes or known real nodes become pivots), so such trees stay
-// memory-safe to search, change, copy and free.
+// Every tree has one empty leaf, a black node without children, that all its
+// real nodes point to in place of a missing child (the textbook sentinel). It
+// lives in the tree record's own block (TreeBlock), so a node costs one block
+// and every descent ends on a node that is already in the cache. The leaf's
+// parent field is scratch: erase() parks the place of the removed node there
+// for its fix-up (rotations may overwrite it too); nothing else reads it.
+// The leaf is never freed on its own and never turns red.
+//
+// Trees read from a damaged stream may hold keys out of order and colours
+// other than 0/1; every walk here is iterative or bounded by the tree height
+// in a loop, and no rotation ever lifts a leaf (only red nodes or known real
+// nodes become pivots), so such trees stay memory-safe to search, change,
+// copy and free.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <string_view>
@@ -28,6 +35,10 @@ constexpr std::int32_t black = 1;
 inline ArbValue*& payload(ArbNode* n) noexcept { return n->entry; }
 inline void*& payload(RBNode* n) noexcept { return n->value; }
 
+template <class T>
+using node_of = std::remove_pointer_t<decltype(T::root)>;
+
+// A leaf has no children; real nodes always have two.
 template <class N>
 bool is_leaf(const N* n) noexcept {
     return n->left == nullptr || n->right == nullptr;
@@ -37,29 +48,62 @@ bool is_red(const N* n) noexcept {
     return n && n->color == red;
 }
 
-// A node and its key in one block: the key lies right behind the record.
-// Released only by release(), which wipes the key first.
+// Hints the cache about a node that is about to be visited: its record and
+// the key behind it.
 template <class N>
-N* make_node(std::string_view key, N* parent, std::int32_t color) noexcept {
+inline void prefetch(const N* n) noexcept {
+    __builtin_prefetch(n);
+    __builtin_prefetch(reinterpret_cast<const char*>(n) + sizeof(N));
+}
+
+// A tree record, the tree's empty leaf and the leaf's empty key in one block.
+// The record comes first, so the block is released with the record.
+template <class T>
+struct TreeBlock {
+    T tree;
+    node_of<T> leaf;
+    char leaf_key[1];
+};
+
+// The empty leaf of a tree made by new_tree().
+template <class T>
+node_of<T>* leaf_of(T* tree) noexcept {
+    static_assert(std::is_standard_layout_v<TreeBlock<T>> && offsetof(TreeBlock<T>, tree) == 0);
+    return &reinterpret_cast<TreeBlock<T>*>(tree)->leaf;
+}
+
+// A new tree record with its leaf as the root and every other field zero.
+// Released with mem_free() like any record.
+template <class T>
+T* new_tree() noexcept {
+    auto* b = static_cast<TreeBlock<T>*>(mem_alloc(sizeof(TreeBlock<T>)));
+    if (!b) return nullptr;
+    std::memset(static_cast<void*>(b), 0, sizeof(TreeBlock<T>));
+    b->leaf.color = black;
+    b->leaf.key = b->leaf_key;
+    b->tree.root = &b->leaf;
+    return &b->tree;
+}
+
+// A node and its key in one block: the key lies right behind the record.
+// Both children are the given leaf. Released only by release(), which wipes
+// the key first.
+template <class N>
+N* make_node(std::string_view key, N* parent, std::int32_t color, N* leaf) noexcept {
     auto* n = static_cast<N*>(mem_alloc(sizeof(N) + key.size() + 1));
     if (!n) return nullptr;
     char* k = reinterpret_cast<char*>(n + 1);
     if (!key.empty()) std::memcpy(k, key.data(), key.size());
     k[key.size()] = '\0';
     n->color = color;
-    n->left = n->right = nullptr;
+    n->left = n->right = leaf;
     n->parent = parent;
     n->key = k;
     payload(n) = nullptr;
     return n;
 }
 
-template <class N>
-N* make_leaf(N* parent) noexcept {
-    return make_node<N>({}, parent, black);
-}
-
-// Releases the node record and its key, not its payload.
+// Releases a real node's record and key, not its payload.
 template <class N>
 void release(N* n) noexcept {
     wipe(n->key, std::strlen(n->key));
@@ -70,6 +114,8 @@ template <class N>
 N* find(N* root, const char* key) noexcept {
     N* n = root;
     while (n && !is_leaf(n)) {
+        prefetch(n->left);
+        prefetch(n->right);
         const int c = std::strcmp(key, n->key);
         if (c == 0) return n;
         n = c < 0 ? n->left : n->right;
@@ -77,15 +123,17 @@ N* find(N* root, const char* key) noexcept {
     return nullptr;
 }
 
+// The link that holds u: its parent's child field, or the tree's root.
+template <class T, class N>
+N*& link_of(T& tree, N* u) noexcept {
+    if (!u->parent) return tree.root;
+    return u == u->parent->left ? u->parent->left : u->parent->right;
+}
+
 // Makes v take u's place under u's parent (or as the root).
 template <class T, class N>
 void transplant(T& tree, N* u, N* v) noexcept {
-    if (!u->parent)
-        tree.root = v;
-    else if (u == u->parent->left)
-        u->parent->left = v;
-    else
-        u->parent->right = v;
+    link_of(tree, u) = v;
     v->parent = u->parent;
 }
 
@@ -135,32 +183,32 @@ void insert_fixup(T& tree, N* x) noexcept {
     tree.root->color = black;
 }
 
-// Finds key below start (the descent may begin at any node, normally the
-// root). Returns the existing node with existed set, or a new red node with
-// no payload linked in place of the leaf the descent ended on, the tree
-// rebalanced and its count raised. nullptr when memory runs out.
+// Finds key below start (the descent may begin at any real node, normally
+// the root; a leaf stands for the root). Returns the existing node with
+// existed set, or a new red node with no payload linked in place of the leaf
+// the descent ended on, the tree rebalanced and its count raised. nullptr
+// when memory runs out. The tree's root is not null.
 template <class T, class N>
 N* insert(T& tree, N* start, const char* key, bool& existed) noexcept {
-    N* n = start;
     existed = false;
+    N* n = start && !is_leaf(start) ? start : tree.root;
+    N* parent = n == tree.root ? nullptr : n->parent;
+    N** link = n == tree.root ? &tree.root : &link_of(tree, n);
     while (!is_leaf(n)) {
+        prefetch(n->left);
+        prefetch(n->right);
         const int c = std::strcmp(key, n->key);
         if (c == 0) {
             existed = true;
             return n;
         }
-        n = c < 0 ? n->left : n->right;
+        parent = n;
+        link = c < 0 ? &n->left : &n->right;
+        n = *link;
     }
-    N* x = make_node<N>(key, n->parent, red);
-    N* right = x ? make_leaf<N>(x) : nullptr;
-    if (!right) {
-        mem_free(x);
-        return nullptr;
-    }
-    transplant(tree, n, x);
-    x->left = n;  // the leaf that was replaced becomes the new left leaf
-    n->parent = x;
-    x->right = right;
+    N* x = make_node<N>(key, parent, red, n);  // n is the leaf
+    if (!x) return nullptr;
+    *link = x;
     insert_fixup(tree, x);
     ++tree.count;
     return x;
@@ -202,25 +250,24 @@ void erase_fixup(T& tree, N* x) noexcept {
     x->color = black;
 }
 
-// Unlinks z (a real node) and rebalances; the leaves z or its successor
-// leave behind are released. The caller releases z and its payload.
+// Unlinks z (a real node) and rebalances. x, the node that moves up into
+// the removed place, may be the leaf: its parent field then carries the
+// place to the fix-up, as with the textbook sentinel. The caller releases z
+// and its payload.
 template <class T, class N>
 void erase(T& tree, N* z) noexcept {
     std::int32_t removed_color = z->color;
     N* x;
     if (is_leaf(z->left)) {
-        release(z->left);
         x = z->right;
         transplant(tree, z, x);
     } else if (is_leaf(z->right)) {
-        release(z->right);
         x = z->left;
         transplant(tree, z, x);
     } else {
         N* y = z->right;
         while (!is_leaf(y->left)) y = y->left;
         removed_color = y->color;
-        release(y->left);
         x = y->right;
         if (y->parent == z) {
             x->parent = y;
@@ -238,12 +285,14 @@ void erase(T& tree, N* z) noexcept {
     --tree.count;
 }
 
-// Frees a subtree without recursion or a stack: rotate the left child up
-// until there is none, then free the node and go right.
+// Frees the real nodes of a subtree without recursion or a stack: rotate the
+// left child up until there is none, then free the node and go right.
+// Returns the number of nodes freed.
 template <class N, class F>
-void destroy(N* n, F release_payload) noexcept {
-    while (n) {
-        if (N* l = n->left) {
+std::int64_t destroy(N* n, F release_payload) noexcept {
+    std::int64_t freed = 0;
+    while (n && !is_leaf(n)) {
+        if (N* l = n->left; !is_leaf(l)) {
             n->left = l->right;
             l->right = n;
             n = l;
@@ -251,82 +300,119 @@ void destroy(N* n, F release_payload) noexcept {
             N* r = n->right;
             release_payload(payload(n));
             release(n);
+            ++freed;
             n = r;
         }
     }
+    return freed;
 }
 
-// Visits the real nodes of a subtree in pre-order with an explicit stack.
-// visit(n) returns false to skip the rest of n's subtree.
-template <class N, class F>
-void preorder(N* start, F visit) {
+// Visits the real nodes of a subtree in pre-order with an explicit stack;
+// leaf is the tree's empty leaf. visit(n) returns false to skip the rest of
+// n's subtree.
+//
+// A walk over a large tree is a chain of cache misses, so it runs ahead of
+// the visits: up to `ahead` nodes are taken off the stack before the first
+// of them is visited. Taking a node off fetches its children into the cache
+// and calls fetch(n) (to fetch its entry, say); halfway through the queue
+// fetch_more(n) fetches what that needs in turn (the value). A skipped
+// node's subtree is the run of nodes after it whose stack depth, taken when
+// they came off the stack, is not below its own; those are dropped from the
+// queue, and the ones still on the stack with them.
+template <class N, class F1, class F2, class V>
+void preorder(N* start, const N* leaf, F1 fetch, F2 fetch_more, V visit) {
+    constexpr std::size_t ahead = 16;
+    struct Item {
+        N* n;
+        std::size_t depth;
+    };
+    Item queue[ahead];
+    std::size_t head = 0, queued = 0;
+    auto at = [&](std::size_t i) -> Item& { return queue[(head + i) % ahead]; };
     std::vector<N*> stack;
-    if (start) stack.push_back(start);
-    while (!stack.empty()) {
-        N* n = stack.back();
-        stack.pop_back();
-        if (is_leaf(n) || !visit(n)) continue;
-        stack.push_back(n->right);
-        stack.push_back(n->left);
+    if (start && start != leaf) stack.push_back(start);
+    for (;;) {
+        while (queued < ahead && !stack.empty()) {
+            N* n = stack.back();
+            stack.pop_back();
+            if (is_leaf(n)) continue;  // no real node hangs a foreign leaf, but be safe
+            N* l = n->left;
+            N* r = n->right;
+            if (r != leaf) {
+                prefetch(r);
+                stack.push_back(r);
+            }
+            if (l != leaf) {
+                prefetch(l);
+                stack.push_back(l);
+            }
+            fetch(n);
+            at(queued++) = {n, stack.size() - (r != leaf) - (l != leaf)};
+            if (queued > ahead / 2) fetch_more(at(queued - 1 - ahead / 2).n);
+        }
+        if (queued == 0) return;
+        const Item it = at(0);
+        head = (head + 1) % ahead;
+        --queued;
+        if (visit(it.n)) continue;
+        while (queued > 0 && at(0).depth >= it.depth) {
+            head = (head + 1) % ahead;
+            --queued;
+        }
+        if (queued == 0 && stack.size() > it.depth) stack.resize(it.depth);
     }
 }
 
-// A copy of a subtree with the same shape and colours, built with an explicit
-// stack; copy_payload(p) gives the new payload. nullptr when memory runs out
-// (what was built is released through release_payload).
+// A copy of a subtree with the same shape and colours, hanging from the
+// given leaf, built with an explicit stack; copy_payload(p) gives the new
+// payload. nullptr when memory runs out (what was built is released through
+// release_payload).
 template <class N, class C, class R>
-N* copy(const N* src, C copy_payload, R release_payload) {
-    if (!src) return nullptr;
+N* copy(const N* src, N* leaf, C copy_payload, R release_payload) {
+    if (!src || is_leaf(src)) return leaf;
     struct Job {
         const N* from;
         N* parent;
         N** slot;
     };
-    N* root = nullptr;
+    N* root = leaf;
     std::vector<Job> jobs{{src, nullptr, &root}};
     bool failed = false;
-    while (!jobs.empty()) {
+    while (!jobs.empty() && !failed) {
         const Job j = jobs.back();
         jobs.pop_back();
-        N* n = make_node<N>(j.from->key, j.parent, j.from->color);
-        *j.slot = n;
+        N* n = make_node<N>(j.from->key, j.parent, j.from->color, leaf);
         if (!n) {
             failed = true;
-            continue;
+            break;
         }
-        if (is_leaf(j.from)) continue;
+        *j.slot = n;
         payload(n) = copy_payload(payload(const_cast<N*>(j.from)));
-        jobs.push_back({j.from->right, n, &n->right});
-        jobs.push_back({j.from->left, n, &n->left});
+        if (!is_leaf(j.from->right)) jobs.push_back({j.from->right, n, &n->right});
+        if (!is_leaf(j.from->left)) jobs.push_back({j.from->left, n, &n->left});
     }
     if (!failed) return root;
-    destroy(root, release_payload);  // destroy() copes with half-built nodes
+    destroy(root, release_payload);  // every slot not yet filled still holds the leaf
     return nullptr;
 }
 
-// Rebuilds a tree from its pre-order sequence. read() gives the next node
-// (key, payload and colour set, no children) or nullptr at the end of the
-// data. The first node is the root; each further node is placed with a stack
-// of the nodes on the current path: pop while its key is greater than the
-// key on top; it becomes the right child of the last node popped, or, when
-// none was popped, the left child of the top. Colours are kept as read and
-// nothing is rebalanced. Every node is attached exactly once in place of a
-// leaf, whatever the key order, so even a damaged stream yields a proper
-// binary tree (just maybe not a search tree).
-template <class T, class Read, class R>
-void rebuild(T& tree, std::uint64_t count, Read read, R release_payload) {
-    using N = std::remove_pointer_t<decltype(tree.root)>;
+// Rebuilds a tree from its pre-order sequence. read(leaf) gives the next
+// node (key, payload and colour set, both children the leaf) or nullptr at
+// the end of the data. The first node is the root; each further node is
+// placed with a stack of the nodes on the current path: pop while its key
+// is greater than the key on top; it becomes the right child of the last
+// node popped, or, when none was popped, the left child of the top. Colours
+// are kept as read and nothing is rebalanced. Every node is attached exactly
+// once in place of the leaf, whatever the key order, so even a damaged
+// stream yields a proper binary tree (just maybe not a search tree).
+template <class T, class Read>
+void rebuild(T& tree, std::uint64_t count, Read read) {
+    using N = node_of<T>;
+    N* leaf = leaf_of(&tree);
     std::vector<N*> path;
     for (std::uint64_t i = 0; i < count; ++i) {
-        N* x = read();
+        N* x = read(leaf);
         if (!x) break;
-        N* r = make_leaf<N>(x);
-        if (!r) {
-            release_payload(payload(x));
-            release(x);
-            break;
-        }
-        // The leaf that x replaces becomes x's left leaf.
         N* parent = nullptr;
         N** slot = &tree.root;
         if (!path.empty()) {
@@ -338,16 +424,6 @@ void rebuild(T& tree, std::uint64_t count, Read read, R release_payload) {
             parent = popped ? popped : path.back();
             slot = popped ? &parent->right : &parent->left;
         }
-        N* l = *slot ? *slot : make_leaf<N>(x);
-        if (!l) {
-            release(r);
-            release_payload(payload(x));
-            release(x);
-            break;
-        }
-        l->parent = x;
-        x->left = l;
-        x->right = r;
         x->parent = parent;
         *slot = x;
         path.push_back(x);

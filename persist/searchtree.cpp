@@ -12,13 +12,12 @@ namespace ostr::persist {
 namespace {
 
 RBTree* new_tree(ArbFreeFn f, ArbWriteFn w, ArbReadFn r, ArbCopyFn c) noexcept {
-    auto* t = static_cast<RBTree*>(mem_alloc(sizeof(RBTree)));
+    RBTree* t = rb::new_tree<RBTree>();
     if (!t) return nullptr;
-    *t = RBTree{rb::make_leaf<RBNode>(nullptr), f, w, r, c, 0};
-    if (!t->root) {
-        mem_free(t);
-        return nullptr;
-    }
+    t->freeValue = f;
+    t->writeValue = w;
+    t->readValue = r;
+    t->copyValue = c;
     return t;
 }
 
@@ -28,7 +27,7 @@ void free_value(const RBTree* tree, void* value) noexcept {
 
 void insert_value(RBTree* tree, const char* key, void* value) noexcept {
     if (!tree || !key) return free_value(tree, value);
-    if (!tree->root && !(tree->root = rb::make_leaf<RBNode>(nullptr))) return free_value(tree, value);
+    if (!tree->root) tree->root = rb::leaf_of(tree);  // the whole tree was freed before
     bool existed = false;
     RBNode* n = rb::insert(*tree, tree->root, key, existed);
     if (!n) return free_value(tree, value);
@@ -46,64 +45,71 @@ bool delete_key(RBTree* tree, const char* key) noexcept {
 }
 
 // As the typed tree's free: the whole tree clears root and count; a proper
-// subtree is replaced by an empty leaf.
+// subtree is replaced by the empty leaf.
 void free_tree(RBTree* tree, RBNode* node, bool free_values) noexcept {
     RBNode* start = node ? node : tree ? tree->root : nullptr;
     if (!start) return;
-    RBNode* parent = start->parent;
     const bool whole = tree && start == tree->root;
-    std::int64_t released = 0;
-    rb::destroy(start, [&](void* v) {
-        ++released;
-        if (free_values) free_value(tree, v);
-    });
+    if (!rb::is_leaf(start)) {
+        RBNode** link = whole || !tree || !start->parent ? nullptr : &rb::link_of(*tree, start);
+        const std::int64_t freed = rb::destroy(start, [&](void* v) {
+            if (free_values) free_value(tree, v);
+        });
+        if (link) {
+            *link = rb::leaf_of(tree);
+            tree->count -= static_cast<std::int32_t>(freed);
+        }
+    }
     if (whole) {
         tree->root = nullptr;
         tree->count = 0;
-        return;
     }
-    if (!tree || !parent) return;
-    RBNode*& slot = parent->left == start ? parent->left : parent->right;
-    slot = rb::make_leaf<RBNode>(parent);
-    tree->count -= static_cast<std::int32_t>((released - 1) / 2);
 }
 
 RBTree* copy_tree(const RBTree* tree) noexcept {
     if (!tree) return nullptr;
-    auto* t = static_cast<RBTree*>(mem_alloc(sizeof(RBTree)));
+    RBTree* t = new_tree(tree->freeValue, tree->writeValue, tree->readValue, tree->copyValue);
     if (!t) return nullptr;
-    *t = *tree;
-    if (tree->root) {
-        t->root = rb::copy(
-            tree->root, [&](void* v) { return v && tree->copyValue ? tree->copyValue(v) : nullptr; },
-            [&](void* v) { free_value(tree, v); });
-        if (!t->root) {
-            mem_free(t);
-            return nullptr;
-        }
+    t->count = tree->count;
+    if (!tree->root) {
+        t->root = nullptr;
+        return t;
+    }
+    t->root = rb::copy(
+        tree->root, rb::leaf_of(t), [&](void* v) { return v && tree->copyValue ? tree->copyValue(v) : nullptr; },
+        [&](void* v) { free_value(tree, v); });
+    if (!t->root) {
+        mem_free(t);
+        return nullptr;
     }
     return t;
 }
 
 // Count (at the root only), then every node in pre-order: key (always, the
 // empty one too), value through the tree's write operation, colour.
-void write_tree(const RBTree* tree, RBNode* node, Stream& out) {
+}  // namespace
+
+void write_rbtree(RBTree* tree, RBNode* node, Stream& out) {
     RBNode* start = node ? node : tree->root;
     if (start == tree->root) out.put_u32(static_cast<std::uint32_t>(tree->count));
-    rb::preorder(start, [&](RBNode* n) {
+    const StreamWriteFn write = stream_writer(tree->writeValue);
+    const auto fetch_value = [](RBNode* n) { __builtin_prefetch(n->value); };
+    rb::preorder(start, rb::leaf_of(tree), fetch_value, [](RBNode*) {}, [&](RBNode* n) {
         out.put_text(n->key, std::strlen(n->key));
-        if (tree->writeValue) tree->writeValue(n->value, out.raw(), out.mode());
+        write_with(tree->writeValue, write, n->value, out);
         out.put_u32(static_cast<std::uint32_t>(n->color));
         return true;
     });
 }
 
-RBNode* read_node(Stream& in, const RBTree* tree, Text& key) {
+namespace {
+
+RBNode* read_node(Stream& in, const RBTree* tree, StreamReadFn read, Text& key, RBNode* leaf) {
     if (!read_text(in, key)) return nullptr;
-    void* value = tree->readValue ? tree->readValue(in.raw(), in.mode()) : nullptr;
+    void* value = read_with(tree->readValue, read, in);
     std::uint32_t color = rb::black;
     in.get_u32(color);
-    RBNode* n = rb::make_node<RBNode>(key, nullptr, static_cast<std::int32_t>(color));
+    RBNode* n = rb::make_node<RBNode>(key, nullptr, static_cast<std::int32_t>(color), leaf);
     if (!n) {
         free_value(tree, value);
         return nullptr;
@@ -112,7 +118,9 @@ RBNode* read_node(Stream& in, const RBTree* tree, Text& key) {
     return n;
 }
 
-RBTree* read_tree(Stream& in, ArbFreeFn f, ArbWriteFn w, ArbReadFn r, ArbCopyFn c) {
+}  // namespace
+
+RBTree* read_rbtree(Stream& in, ArbFreeFn f, ArbWriteFn w, ArbReadFn r, ArbCopyFn c) {
     NestingGuard nesting;
     if (nesting.too_deep()) return nullptr;
     RBTree* tree = new_tree(f, w, r, c);
@@ -120,11 +128,10 @@ RBTree* read_tree(Stream& in, ArbFreeFn f, ArbWriteFn w, ArbReadFn r, ArbCopyFn 
     std::uint32_t count = 0;
     in.get_u32(count);
     Text key;
-    rb::rebuild(*tree, count, [&] { return read_node(in, tree, key); }, [&](void* v) { free_value(tree, v); });
+    const StreamReadFn read = stream_reader(r);
+    rb::rebuild(*tree, count, [&](RBNode* leaf) { return read_node(in, tree, read, key, leaf); });
     return tree;
 }
-
-}  // namespace
 }  // namespace ostr::persist
 
 using namespace ostr::persist;
@@ -143,13 +150,15 @@ void* getRBVal(const char* key, RBTree* tree) noexcept {
 RBTree* copyRBTree(RBTree* tree) noexcept { return copy_tree(tree); }
 void freeRBTree(RBTree* tree, RBNode* node, int32_t freeValues) noexcept { free_tree(tree, node, freeValues != 0); }
 void writeRBTreeToStream(RBTree* tree, RBNode* node, void* stream, int32_t mode) noexcept {
-    Stream out(stream, mode);
-    if (tree && out) write_tree(tree, node, out);
+    FileBuffer b;
+    Stream out(stream, mode, b);
+    if (tree && out) write_rbtree(tree, node, out);
 }
 RBTree* readRBTreeFromStream(void* stream, int32_t mode, ArbFreeFn freeFn, ArbWriteFn writeFn, ArbReadFn readFn,
                              ArbCopyFn copyFn) noexcept {
-    Stream in(stream, mode);
-    return in ? read_tree(in, freeFn, writeFn, readFn, copyFn) : nullptr;
+    FileBuffer b;
+    Stream in(stream, mode, b);
+    return in ? read_rbtree(in, freeFn, writeFn, readFn, copyFn) : nullptr;
 }
 
 }

@@ -8,6 +8,7 @@
 // from the stream is checked against what the stream can still hold before
 // anything is allocated for it.
 #include <cstring>
+#include <type_traits>
 #include <vector>
 
 #include "numeric/memory.hpp"
@@ -167,9 +168,9 @@ struct MatrixValue {
 
 struct ArbTreeValue {
     static void write(const void* v, Stream& out) noexcept {
-        if (v) writeArbTreeToStream(static_cast<ArbTree*>(const_cast<void*>(v)), nullptr, out.raw(), out.mode());
+        if (v) write_arbtree(static_cast<ArbTree*>(const_cast<void*>(v)), nullptr, out);
     }
-    static void* read(Stream& in) noexcept { return readArbTreeFromStream(in.raw(), in.mode()); }
+    static void* read(Stream& in) noexcept { return read_arbtree(in); }
     static void* copy(const void* v) noexcept { return copyArbTree(static_cast<ArbTree*>(const_cast<void*>(v))); }
     static void free(void* v) noexcept {
         freeArbTree(static_cast<ArbTree*>(v), nullptr, 1);
@@ -179,10 +180,8 @@ struct ArbTreeValue {
 
 // The content of a byte array is its bytes before the position.
 struct ByteArrayValue {
-    static void write(const void* v, Stream& out) noexcept {
-        WriteMemFile(static_cast<MemFile*>(const_cast<void*>(v)), out.raw(), out.mode());
-    }
-    static void* read(Stream& in) noexcept { return ReadMemFile(in.raw(), in.mode()); }
+    static void write(const void* v, Stream& out) noexcept { write_mem_file(static_cast<const MemFile*>(v), out); }
+    static void* read(Stream& in) noexcept { return read_mem_file(in); }
     static void* copy(const void* v) noexcept {
         return v ? CopyMemFile(static_cast<MemFile*>(const_cast<void*>(v))) : nullptr;
     }
@@ -192,11 +191,11 @@ struct ByteArrayValue {
 // A "string_tree": a search tree of texts with fixed handlers.
 struct StringTreeValue {
     static void write(const void* v, Stream& out) noexcept {
-        if (v) writeRBTreeToStream(static_cast<RBTree*>(const_cast<void*>(v)), nullptr, out.raw(), out.mode());
+        if (v) write_rbtree(static_cast<RBTree*>(const_cast<void*>(v)), nullptr, out);
     }
     static void* read(Stream& in) noexcept {
-        return readRBTreeFromStream(in.raw(), in.mode(), freeRBNodeValueString, writeRBNodeValueString,
-                                    readRBNodeValueString, copyRBNodeValueString);
+        return read_rbtree(in, freeRBNodeValueString, writeRBNodeValueString, readRBNodeValueString,
+                           copyRBNodeValueString);
     }
     static void* copy(const void* v) noexcept { return copyRBTree(static_cast<RBTree*>(const_cast<void*>(v))); }
     static void free(void* v) noexcept {
@@ -205,18 +204,78 @@ struct StringTreeValue {
     }
 };
 
+// The exported handlers on a Stream of their own. The nested trees may be
+// large, so theirs is buffered in file mode; a scalar is one field.
+template <class K>
+constexpr bool buffered = std::is_same_v<K, ArbTreeValue> || std::is_same_v<K, StringTreeValue>;
+
 template <class K>
 void write_value(void* v, void* stream, std::int32_t mode) noexcept {
-    Stream out(stream, mode);
-    if (out) K::write(v, out);
+    if constexpr (buffered<K>) {
+        FileBuffer b;
+        Stream out(stream, mode, b);
+        if (out) K::write(v, out);
+    } else {
+        Stream out(stream, mode);
+        if (out) K::write(v, out);
+    }
 }
 template <class K>
 void* read_value(void* stream, std::int32_t mode) noexcept {
-    Stream in(stream, mode);
-    return in ? K::read(in) : nullptr;
+    if constexpr (buffered<K>) {
+        FileBuffer b;
+        Stream in(stream, mode, b);
+        return in ? K::read(in) : nullptr;
+    } else {
+        Stream in(stream, mode);
+        return in ? K::read(in) : nullptr;
+    }
 }
 
 }  // namespace
+
+namespace {
+
+// A built-in type's C handlers and their Stream forms.
+struct Builtin {
+    ArbWriteFn write;
+    ArbReadFn read;
+    StreamWriteFn stream_write;
+    StreamReadFn stream_read;
+};
+
+template <class K>
+constexpr Builtin builtin(ArbWriteFn w, ArbReadFn r) noexcept {
+    return {w, r, K::write, K::read};
+}
+
+const Builtin builtins[] = {
+    builtin<IntegerValue>(writeRBNodeValueInteger, readRBNodeValueInteger),
+    builtin<DecimalValue>(writeRBNodeValueDecimal, readRBNodeValueDecimal),
+    builtin<ComplexValue>(writeRBNodeValueComplex, readRBNodeValueComplex),
+    builtin<StringValue>(writeRBNodeValueString, readRBNodeValueString),
+    builtin<StringArrayValue>(writeRBNodeValueStringArray, readRBNodeValueStringArray),
+    builtin<VectorValue>(writeRBNodeValueVector, readRBNodeValueVector),
+    builtin<MatrixValue>(writeRBNodeValueMatrix, readRBNodeValueMatrix),
+    builtin<ArbTreeValue>(writeRBNodeValueArbTree, readRBNodeValueArbTree),
+    builtin<ByteArrayValue>(writeRBNodeValueByteArray, readRBNodeValueByteArray),
+    builtin<StringTreeValue>(writeRBNodeValueTree, readRBNodeValueStringTree),
+};
+
+}  // namespace
+
+StreamWriteFn stream_writer(ArbWriteFn fn) noexcept {
+    for (const Builtin& b : builtins)
+        if (fn && fn == b.write) return b.stream_write;
+    return nullptr;
+}
+
+StreamReadFn stream_reader(ArbReadFn fn) noexcept {
+    for (const Builtin& b : builtins)
+        if (fn && fn == b.read) return b.stream_read;
+    return nullptr;
+}
+
 }  // namespace ostr::persist
 
 using namespace ostr::persist;

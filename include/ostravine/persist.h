@@ -46,7 +46,10 @@ typedef struct ArbValue {
 
 /* A node of the typed tree. colour 1 is black, 0 red. An empty leaf is a
    black node with no children, the empty key and no entry; every other node
-   has two children. The key lives in the node's own block. */
+   has two children. The key lives in the node's own block. All the empty
+   leaves of a tree are one node, kept in the block of the tree record: it is
+   never freed on its own, and its parent field means nothing (the tree uses
+   it as scratch while deleting). */
 typedef struct ArbNode {
     int32_t color;
     struct ArbNode *left;
@@ -58,7 +61,9 @@ typedef struct ArbNode {
 
 /* The typed tree: a red-black tree of named, typed entries. freeValue is
    normally NULL (values are freed through the type map); when set it frees
-   every value of this tree instead. */
+   every value of this tree instead. Tree records come only from
+   initializeArbTree, copyArbTree and the readers: the record's block also
+   holds the tree's empty leaf. */
 typedef struct ArbTree {
     ArbNode *root;
     ArbFreeFn freeValue;
@@ -66,7 +71,8 @@ typedef struct ArbTree {
 } ArbTree;
 
 /* The generic search tree: the same node shape holding the value itself,
-   with the value handlers fixed for the whole tree. */
+   with the value handlers fixed for the whole tree. Its records, like the
+   typed tree's, come only from its own functions and hold its empty leaf. */
 typedef struct RBNode {
     int32_t color;
     struct RBNode *left;
@@ -154,8 +160,8 @@ OSTR_API void freeArbValue(ArbValue *entry) OSTR_NOEXCEPT;
 
 /* A new empty tree: the root is an empty leaf, count 0. */
 OSTR_API ArbTree *initializeArbTree(void) OSTR_NOEXCEPT;
-/* Inserts key with the entry, descending from root (NULL: the tree's root),
-   and rebalances. The tree takes the entry in every case: an existing key
+/* Inserts key with the entry, descending from root (a real node of the
+   tree; NULL or an empty leaf: the tree's root), and rebalances. The tree takes the entry in every case: an existing key
    gets the new entry and its old entry is freed (count unchanged); when the
    key cannot be inserted (NULL key, no memory) the entry is freed. */
 OSTR_API void insertArbNode(ArbTree *tree, ArbNode *root, const char *key, ArbValue *entry) OSTR_NOEXCEPT;
@@ -179,15 +185,23 @@ OSTR_API RBTree *getStringTree(const char *key, ArbTree *tree) OSTR_NOEXCEPT;
    operation (none when the type has none). */
 OSTR_API ArbTree *copyArbTree(ArbTree *tree) OSTR_NOEXCEPT;
 /* Frees node and everything below it (NULL: the root), keys wiped; entries
-   too when freeValues is not 0. When the whole tree was freed its root is
-   cleared and its count set to 0; the record itself stays the caller's
-   (FreeBlock). freeRBNodeValueArbTree frees a tree and its record at once. */
+   too when freeValues is not 0. A proper subtree is replaced by the empty
+   leaf and the count lowered by the entries it held; an empty leaf frees
+   nothing. When the whole tree was freed its root is cleared and its count
+   set to 0, and the record can take keys again; the record itself stays the
+   caller's (FreeBlock). freeRBNodeValueArbTree frees a tree and its record
+   at once. */
 OSTR_API void freeArbTree(ArbTree *tree, ArbNode *node, int32_t freeValues) OSTR_NOEXCEPT;
 /* Writes node's subtree in pre-order (NULL: the root), preceded by the u32
-   count when node is the root. */
+   count when node is the root. A FILE receives the bytes in blocks; all of
+   them are handed to stdio by the time the call returns, and value handlers
+   of registered types that write to the FILE themselves find it up to date. */
 OSTR_API void writeArbTreeToStream(ArbTree *tree, ArbNode *node, void *stream, int32_t mode) OSTR_NOEXCEPT;
 /* Reads a tree; never NULL for a non-NULL stream (damaged input yields what
-   could be read). */
+   could be read). A FILE that can tell its position is read in blocks and
+   the bytes read ahead are given back: when the call returns (and whenever a
+   registered type's handler reads the FILE itself) the file stands right
+   after the bytes taken, as if they had been read field by field. */
 OSTR_API ArbTree *readArbTreeFromStream(void *stream, int32_t mode) OSTR_NOEXCEPT;
 /* Opens fileName with "wb" and writes the tree; an unopenable file writes
    nothing. Returns 1 when the file was written, else 0. */

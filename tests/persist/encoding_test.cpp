@@ -8,7 +8,6 @@
 
 #include "support.hpp"
 #include "support/counting_alloc.hpp"
-#include "values.hpp"
 
 namespace {
 
@@ -16,9 +15,7 @@ using namespace persist_test;
 
 // One entry under key "k": count 1, key, type name, value bytes, colour 1.
 Bytes single(const char* type, const Bytes& value) {
-    Enc e;
-    e.u32(1).str("k").str(type).raw(value.data(), value.size()).u32(1);
-    return e.b;
+    return Enc().u32(1).str("k").str(type).raw(value.data(), value.size()).u32(1).b;
 }
 
 double with_bits(std::uint64_t bits) {
@@ -59,30 +56,31 @@ const Golden goldens[] = {
     {"null without a value", [] { return static_cast<void*>(nullptr); }, "null", {}},
 };
 
-TEST(Encoding, EmptyTreeIsFourZeroBytesAndReadsBackEmpty) {
-    ArbTree* t = initializeArbTree();
-    EXPECT_EQ(encode_tree(t), (Bytes{0, 0, 0, 0}));
+// Everything reads back to the same encoding, except the vector: its reader
+// wants 8 bytes per element where the writer gave one, so the 3 bytes read
+// back as no value.
+TEST(Encoding, EveryTypeOfOneEntryByteForByte) {
+    ostr::test::CountingAlloc counter;
+    ArbTree* empty = initializeArbTree();
+    EXPECT_EQ(encode_tree(empty), (Bytes{0, 0, 0, 0}));
+    release(empty);
     for (int mode : {0, 1}) {
         ArbTree* back = decode_tree({0, 0, 0, 0}, mode);
-        ASSERT_NE(back, nullptr);
         EXPECT_EQ(back->count, 0);
         EXPECT_EQ(rb_violation(back), "");
         release(back);
     }
-    release(t);
-}
-
-TEST(Encoding, EveryTypeOfOneEntryByteForByte) {
-    ostr::test::CountingAlloc counter;
     for (const Golden& g : goldens) {
         ArbTree* t = initializeArbTree();
         put(t, "k", g.make(), g.type);
         const Bytes expect = single(g.type, g.value);
         EXPECT_EQ(encode_tree(t), expect) << g.name;
-        // Everything but the vector reads back to the same encoding.
         for (int mode : {0, 1}) {
             ArbTree* back = decode_tree(expect, mode);
-            if (std::string(g.type) != "vector") {
+            if (std::string(g.type) == "vector") {
+                ASSERT_NE(back->root->entry, nullptr);
+                EXPECT_EQ(back->root->entry->value, nullptr) << mode;
+            } else {
                 EXPECT_EQ(encode_tree(back), expect) << g.name << " mode " << mode;
             }
             release(back);
@@ -124,12 +122,15 @@ TEST(Encoding, AbsentValueSkipsTheRestOfItsSubtree) {
 
 void* read_nothing(void*, std::int32_t) { return nullptr; }
 
-TEST(Encoding, NullEntryReadsBackAsNoneUnlessNullIsRegistered) {
+// "null" is not registered: a "null" entry reads back as no entry (and a
+// node without one writes as "null"), unless "null" is registered. An entry
+// of a type without handlers writes no value and copies as absent.
+TEST(Encoding, TypesWithoutHandlers) {
     const Bytes b = single("null", {});
     ArbTree* back = decode_tree(b, 0);
     ASSERT_EQ(back->count, 1);
     EXPECT_EQ(back->root->entry, nullptr);
-    EXPECT_EQ(encode_tree(back), b);  // a node without an entry writes as "null"
+    EXPECT_EQ(encode_tree(back), b);
     release(back);
     registerType("null", nullptr, read_nothing, nullptr, nullptr);
     back = decode_tree(b, 1);
@@ -138,11 +139,7 @@ TEST(Encoding, NullEntryReadsBackAsNoneUnlessNullIsRegistered) {
     EXPECT_EQ(back->root->entry->value, nullptr);
     release(back);
     initializeArbTreeTypeMap();  // back to the built-in types
-}
 
-// An unregistered type has no handlers: its entry writes no value and
-// copies as absent.
-TEST(Encoding, UnregisteredTypeWritesNoValueAndCopiesAsAbsent) {
     ArbTree* t = initializeArbTree();
     auto* v = boxed<std::int32_t>(1);
     put(t, "k", v, "mystery");
@@ -155,60 +152,9 @@ TEST(Encoding, UnregisteredTypeWritesNoValueAndCopiesAsAbsent) {
     ostr::mem_free(v);
 }
 
-TEST(Encoding, VectorEntryDoesNotSurviveARoundTrip) {
-    ArbTree* t = initializeArbTree();
-    put(t, "v", vector_of({1, 2}), "vector");
-    put(t, "w", boxed<std::int32_t>(9), "integer");
-    ArbTree* back = decode_tree(encode_tree(t), 0);
-    const double* v = getVector("v", back);
-    const std::int32_t* w = getInteger("w", back);
-    EXPECT_TRUE(!v || !w || v[0] != 2 || *w != 9);
-    release(back);
-    release(t);
-}
-
-bool same_strings(char** a, char** b) {
-    int i = 0;
-    for (; a[i][0] && b[i][0]; ++i)
-        if (std::strcmp(a[i], b[i]) != 0) return false;
-    return !a[i][0] && !b[i][0];
-}
-
-bool same_matrix(double** a, double** b) {
-    if (a[0][0] != b[0][0]) return false;
-    for (int r = 1; r <= static_cast<int>(a[0][0]); ++r)
-        if (a[r][0] != b[r][0] || std::memcmp(a[r], b[r], (static_cast<std::size_t>(a[r][0]) + 1) * 8) != 0) return false;
-    return true;
-}
-
-bool same_value(const std::string& type, void* a, void* b) {
-    if (!a || !b) return a == b;
-    if (type == "integer") return *static_cast<std::int32_t*>(a) == *static_cast<std::int32_t*>(b);
-    if (type == "decimal") return *static_cast<double*>(a) == *static_cast<double*>(b);
-    if (type == "cmplx") return std::memcmp(a, b, sizeof(Complex)) == 0;
-    if (type == "string") return std::strcmp(static_cast<char*>(a), static_cast<char*>(b)) == 0;
-    if (type == "string_array") return same_strings(static_cast<char**>(a), static_cast<char**>(b));
-    if (type == "matrix") return same_matrix(static_cast<double**>(a), static_cast<double**>(b));
-    if (type == "byte_array") return bytes_of(static_cast<MemFile*>(a)) == bytes_of(static_cast<MemFile*>(b));
-    if (type == "string_tree") {
-        auto* x = static_cast<RBTree*>(a);
-        auto* y = static_cast<RBTree*>(b);
-        if (x->count != y->count || rb_violation(y) != "") return false;
-        for (const char* k : {"b", "c"})
-            if (std::strcmp(static_cast<char*>(getRBVal(k, x)), static_cast<char*>(getRBVal(k, y))) != 0) return false;
-        return true;
-    }
-    if (type == "arbtree") {
-        auto* x = static_cast<ArbTree*>(a);
-        auto* y = static_cast<ArbTree*>(b);
-        return x->count == y->count && same_value("decimal", getVal(x->root->key, x, "decimal"),
-                                                  getVal(x->root->key, y, "decimal"));
-    }
-    return false;
-}
-
-// Random trees of every surviving type: the read tree is a valid red-black
-// tree with every value equal, and encodes to the same bytes.
+// Random trees of every type that survives a round trip: the read tree is a
+// valid red-black tree (keys in order), encodes to the same bytes, and was
+// read to its last byte and no further.
 TEST(Encoding, RandomTreesOfEveryTypeRoundTrip) {
     ostr::test::CountingAlloc counter;
     std::mt19937 rng(11);
@@ -232,21 +178,15 @@ TEST(Encoding, RandomTreesOfEveryTypeRoundTrip) {
             }
         }
     }
+    put(t, "big", bytes_value(std::string(100000, 'b')), "byte_array");  // more than any buffer
     const Bytes b = encode_tree(t);
     for (int mode : {0, 1}) {
-        ArbTree* back = decode_tree(b, mode);
+        long consumed = 0;
+        ArbTree* back = decode_tree(b, mode, &consumed);
+        EXPECT_EQ(consumed, static_cast<long>(b.size()));
         EXPECT_EQ(rb_violation(back), "");
         EXPECT_EQ(back->count, t->count);
         EXPECT_EQ(encode_tree(back), b);
-        std::vector<ArbNode*> stack{t->root};
-        while (!stack.empty()) {
-            ArbNode* n = stack.back();
-            stack.pop_back();
-            if (!n->left) continue;
-            EXPECT_TRUE(same_value(n->entry->type, n->entry->value, getVal(n->key, back, n->entry->type))) << n->key;
-            stack.push_back(n->left);
-            stack.push_back(n->right);
-        }
         release(back);
     }
     release(t);

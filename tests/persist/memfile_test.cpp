@@ -1,28 +1,16 @@
 // Memory streams: opening, the growth rules of MemWrite and of the value
-// writers, all-or-nothing reads, files, copies and the byte-array form.
+// writers, all-or-nothing reads, files, copies and the byte-array form; and
+// how the tree serialisers share a FILE with other code.
 #include <gtest/gtest.h>
 
-#include "numeric/memory.hpp"
+#include <unistd.h>
+
 #include "support.hpp"
 #include "support/counting_alloc.hpp"
 
 namespace {
 
 using namespace persist_test;
-
-TEST(MemFile, OpenRejectsEmptySizesAndWrapsOnlyRealBuffers) {
-    EXPECT_EQ(MemOpen(0), nullptr);
-    EXPECT_EQ(MemOpen(-1), nullptr);
-    EXPECT_EQ(MemWrapperOpen(nullptr, 4), nullptr);
-    void* block = ostr::mem_alloc(8);
-    EXPECT_EQ(MemWrapperOpen(block, 0), nullptr);  // still ours
-    MemFile* m = MemWrapperOpen(block, 8);
-    ASSERT_NE(m, nullptr);
-    EXPECT_EQ(MemGetBufHandle(m), block);
-    EXPECT_EQ(MemGetBufSize(m), 8);
-    EXPECT_EQ(MemGetBufPos(m), 0u);
-    MemClose(m);
-}
 
 TEST(MemFile, WriteGrowsToTwiceBytesPlusSizeAndZeroesTheRest) {
     MemFile* m = MemOpen(18);
@@ -35,6 +23,12 @@ TEST(MemFile, WriteGrowsToTwiceBytesPlusSizeAndZeroesTheRest) {
     EXPECT_EQ(m->position, 19u);
     EXPECT_EQ(m->data[18], 0xAB);
     for (int i = 19; i < 38; ++i) EXPECT_EQ(m->data[i], 0) << i;
+    // Past the end (an unchecked position) the gap is zeroed as well.
+    MemSetBufPos(m, 60);
+    EXPECT_EQ(MemWrite(&one, 1, 1, m), 1u);
+    ASSERT_GE(m->size, 61);
+    for (int k = 19; k < 60; ++k) EXPECT_EQ(m->data[k], 0) << k;
+    EXPECT_EQ(m->data[60], 0xAB);
     MemClose(m);
 }
 
@@ -62,11 +56,16 @@ TEST(MemFile, ValueWritersGrowByTheirOwnRules) {
     }
 }
 
-TEST(MemFile, ReadPastTheEndTakesNothing) {
+TEST(MemFile, EmptySizesOpenNothingAndReadsPastTheEndTakeNothing) {
+    EXPECT_EQ(MemOpen(0), nullptr);
+    EXPECT_EQ(MemOpen(-1), nullptr);
+    EXPECT_EQ(MemWrapperOpen(nullptr, 4), nullptr);
+    void* block = ostr::mem_alloc(8);
+    EXPECT_EQ(MemWrapperOpen(block, 0), nullptr);  // the block is still ours
+    ostr::mem_free(block);
     MemFile* m = mem_of({1, 2, 3, 4, 5});
     std::uint8_t out[8] = {9, 9, 9, 9, 9, 9, 9, 9};
     EXPECT_EQ(MemRead(out, 2, 2, m), 2u);
-    EXPECT_EQ(m->position, 4u);
     EXPECT_EQ(MemRead(out, 1, 2, m), 0u);
     EXPECT_EQ(m->position, 4u);
     EXPECT_EQ(out[0], 1);
@@ -75,18 +74,6 @@ TEST(MemFile, ReadPastTheEndTakesNothing) {
     MemSetRelativeBufPos(m, -96);
     EXPECT_EQ(MemRead(out, 1, 1, m), 1u);
     EXPECT_EQ(out[0], 5);
-    MemClose(m);
-}
-
-TEST(MemFile, WritePastTheEndGrowsOverAZeroedGap) {
-    MemFile* m = mem_of({1, 2});
-    MemSetBufPos(m, 50);
-    const std::uint8_t b = 7;
-    EXPECT_EQ(MemWrite(&b, 1, 1, m), 1u);
-    ASSERT_GE(m->size, 51);
-    EXPECT_EQ(m->data[1], 2);
-    for (int k = 2; k < 50; ++k) EXPECT_EQ(m->data[k], 0);
-    EXPECT_EQ(m->data[50], 7);
     MemClose(m);
 }
 
@@ -108,7 +95,7 @@ TEST(MemFile, FileReadTakesTheRestAndNoneAtTheEnd) {
     MemClose(m);
 }
 
-TEST(MemFile, CopyHoldsTheContentBeforeThePosition) {
+TEST(MemFile, CopiesHoldOnlyWhatIsThere) {
     MemFile* m = MemOpen(64);
     for (std::uint8_t k = 0; k < 10; ++k) MemWrite(&k, 1, 1, m);
     MemFile* c = CopyMemFile(m);
@@ -116,6 +103,7 @@ TEST(MemFile, CopyHoldsTheContentBeforeThePosition) {
     EXPECT_EQ(c->size, 10);
     EXPECT_EQ(c->position, 10u);
     EXPECT_EQ(bytes_of(c), bytes_of(m));
+    EXPECT_EQ(MemDump(c, 0, 11), nullptr);  // past the buffer
     m->position = 0;
     EXPECT_EQ(CopyMemFile(m), nullptr);
     EXPECT_EQ(copyRBNodeValueByteArray(nullptr), nullptr);
@@ -123,25 +111,11 @@ TEST(MemFile, CopyHoldsTheContentBeforeThePosition) {
     MemClose(m);
 }
 
-TEST(MemFile, DumpCopiesARangeInsideTheBuffer) {
-    MemFile* m = mem_of({1, 2, 3, 4});
-    auto* d = static_cast<std::uint8_t*>(MemDump(m, 1, 3));
-    ASSERT_NE(d, nullptr);
-    EXPECT_EQ(d[0], 2);
-    EXPECT_EQ(d[1], 3);
-    ostr::mem_free(d);
-    EXPECT_EQ(MemDump(m, 2, 2), nullptr);
-    EXPECT_EQ(MemDump(m, -1, 2), nullptr);
-    EXPECT_EQ(MemDump(m, 0, 5), nullptr);
-    MemClose(m);
-}
-
 TEST(MemFile, ByteArrayFormIsLengthThenContent) {
-    MemFile* m = MemOpen(4);
-    MemWrite("xyz", 1, 3, m);
+    MemFile* m = bytes_value("xyz");
     const Bytes b = encode([&](void* s, std::int32_t mode) { WriteMemFile(m, s, mode); });
     EXPECT_EQ(b, Enc().u32(3).raw("xyz", 3).b);
-    MemFile* back = decode(b, 0, [](void* s, std::int32_t md) { return ReadMemFile(s, md); });
+    MemFile* back = decode(b, 0, ReadMemFile);
     ASSERT_NE(back, nullptr);
     EXPECT_EQ(back->size, 3);
     EXPECT_EQ(back->position, 3u);
@@ -166,6 +140,63 @@ TEST(MemFile, FailedGrowthWritesNothing) {
     counter.fail_after(-1);
     MemClose(m);
     EXPECT_EQ(counter.live(), 0);
+}
+
+// A value handler from outside the built-in set gets the FILE itself, in
+// the middle of a buffered tree; its bytes must land in their place.
+void write_raw(void* v, void* s, std::int32_t mode) {
+    if (mode == 1)
+        std::fwrite(v, 1, 4, static_cast<FILE*>(s));
+    else
+        MemWrite(v, 1, 4, static_cast<MemFile*>(s));
+}
+void* read_raw(void* s, std::int32_t mode) {
+    void* v = ostr::mem_alloc(4);
+    const std::size_t got =
+        mode == 1 ? std::fread(v, 1, 4, static_cast<FILE*>(s)) : MemRead(v, 1, 4, static_cast<MemFile*>(s));
+    if (got == 4) return v;
+    ostr::mem_free(v);
+    return nullptr;
+}
+
+TEST(FileStream, OutsideHandlersSeeTheFileUpToDate) {
+    registerType("raw4", ostr::mem_free, read_raw, write_raw, nullptr);
+    ArbTree* t = initializeArbTree();
+    for (int k = 0; k < 2000; ++k) {
+        put(t, numbered("r", k), boxed<std::uint32_t>(0xA0000000u + static_cast<std::uint32_t>(k)), "raw4");
+        put(t, numbered("i", k), boxed<std::int32_t>(k), "integer");
+    }
+    const Bytes b = encode_tree(t);
+    for (int mode : {0, 1}) {
+        long consumed = 0;
+        ArbTree* back = decode_tree(b, mode, &consumed);
+        EXPECT_EQ(consumed, static_cast<long>(b.size())) << mode;
+        ASSERT_NE(getVal("r1999", back, "raw4"), nullptr);
+        EXPECT_EQ(*static_cast<std::uint32_t*>(getVal("r1999", back, "raw4")), 0xA00007CFu);
+        EXPECT_EQ(encode_tree(back), b);
+        release(back);
+    }
+    release(t);
+    initializeArbTreeTypeMap();  // back to the built-in types
+}
+
+// A pipe cannot seek: nothing may be read ahead of what the tree holds.
+TEST(FileStream, PipesAreReadWithoutReadingAhead) {
+    ArbTree* t = initializeArbTree();
+    for (const char* k : {"b", "a", "c"}) put(t, k, boxed<std::int32_t>(k[0]), "integer");
+    Bytes b = encode_tree(t);
+    b.push_back('!');
+    int fd[2];
+    ASSERT_EQ(pipe(fd), 0);
+    ASSERT_EQ(write(fd[1], b.data(), b.size()), static_cast<ssize_t>(b.size()));
+    close(fd[1]);
+    FILE* f = fdopen(fd[0], "rb");
+    ArbTree* back = readArbTreeFromStream(f, 1);
+    EXPECT_EQ(std::fgetc(f), '!');
+    EXPECT_EQ(encode_tree(back), Bytes(b.begin(), b.end() - 1));
+    std::fclose(f);
+    release(back);
+    release(t);
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 #include <map>
 #include <random>
 
-#include "numeric/memory.hpp"
 #include "support.hpp"
 #include "support/counting_alloc.hpp"
 
@@ -14,66 +13,85 @@ namespace {
 
 using namespace persist_test;
 
-ArbValue* int_entry(std::int32_t v) {
-    auto* p = static_cast<std::int32_t*>(ostr::mem_alloc(4));
-    *p = v;
-    return createArbValue(p, "integer");
+// A copy keeps shape, colours and values, and is a tree of its own.
+void copied(ArbTree* t) {
+    ArbTree* c = copyArbTree(t);
+    EXPECT_EQ(rb_violation(c), "");
+    EXPECT_EQ(encode_tree(c), encode_tree(t));
+    EXPECT_NE(getInteger(c->root->key, c), getInteger(c->root->key, t));
+    release(c);
+}
+void copied(RBTree* t) {
+    RBTree* c = copyRBTree(t);
+    EXPECT_EQ(rb_violation(c), "");
+    EXPECT_EQ(encode([&](void* s, std::int32_t m) { writeRBTreeToStream(c, nullptr, s, m); }),
+              encode([&](void* s, std::int32_t m) { writeRBTreeToStream(t, nullptr, s, m); }));
+    EXPECT_NE(getRBVal(c->root->key, c), getRBVal(c->root->key, t));
+    freeRBNodeValueTree(c);
 }
 
-std::string random_key(std::mt19937& rng, int spread) {
-    return numbered("k", std::uniform_int_distribution<int>(0, spread)(rng));
+// Random insertions and deletions of keys drawn from a small set, checked
+// against a std::map after every step; then every key is looked up, the
+// tree copied, and every key deleted again. insert(key, step), erase(key)
+// and value(key) adapt a tree.
+template <class T, class Insert, class Erase, class Value>
+void churn(T* t, unsigned seed, Insert insert, Erase erase, Value value) {
+    std::mt19937 rng(seed);
+    std::map<std::string, std::int32_t> oracle;
+    for (int step = 0; step < 3000; ++step) {
+        const std::string key = numbered("k", std::uniform_int_distribution<int>(0, 600)(rng));
+        if (rng() % 3 == 0) {
+            EXPECT_EQ(erase(key.c_str()), static_cast<std::int32_t>(oracle.erase(key)));
+        } else {
+            insert(key.c_str(), step);
+            oracle[key] = step;
+        }
+        ASSERT_EQ(rb_violation(t), "") << "seed " << seed << " step " << step;
+    }
+    ASSERT_EQ(t->count, static_cast<std::int32_t>(oracle.size()));
+    for (const auto& [k, v] : oracle) EXPECT_EQ(value(k.c_str()), v) << k;
+    copied(t);
+    for (auto it = oracle.begin(); it != oracle.end(); it = oracle.erase(it)) {
+        ASSERT_EQ(erase(it->first.c_str()), 1);
+        ASSERT_EQ(rb_violation(t), "");
+    }
+    EXPECT_EQ(t->count, 0);
 }
 
 TEST(ArbTree, InvariantsHoldAfterEveryInsertionAndDeletion) {
     ostr::test::CountingAlloc counter;
     for (unsigned seed = 1; seed <= 3; ++seed) {
-        std::mt19937 rng(seed);
         ArbTree* t = initializeArbTree();
-        std::map<std::string, std::int32_t> oracle;
-        for (int step = 0; step < 3000; ++step) {
-            const std::string key = random_key(rng, 600);
-            if (rng() % 3 == 0) {
-                EXPECT_EQ(deleteArbNode(t, key.c_str()), static_cast<std::int32_t>(oracle.erase(key)));
-            } else {
-                insertArbNode(t, nullptr, key.c_str(), int_entry(step));
-                oracle[key] = step;
-            }
-            const std::string bad = rb_violation(t);
-            ASSERT_EQ(bad, "") << "seed " << seed << " step " << step;
-        }
-        ASSERT_EQ(t->count, static_cast<std::int32_t>(oracle.size()));
-        for (const auto& [k, v] : oracle) {
-            const std::int32_t* got = getInteger(k.c_str(), t);
-            ASSERT_NE(got, nullptr) << k;
-            EXPECT_EQ(*got, v);
-        }
-        for (auto it = oracle.begin(); it != oracle.end(); it = oracle.erase(it)) {
-            ASSERT_EQ(deleteArbNode(t, it->first.c_str()), 1);
-            ASSERT_EQ(rb_violation(t), "");
-        }
-        EXPECT_EQ(t->count, 0);
+        churn(
+            t, seed, [&](const char* k, int v) { insertArbNode(t, nullptr, k, int_entry(v)); },
+            [&](const char* k) { return deleteArbNode(t, k); },
+            [&](const char* k) { return getInteger(k, t) ? *getInteger(k, t) : -1; });
         release(t);
     }
     EXPECT_EQ(counter.live(), 0);
 }
 
-TEST(ArbTree, LookupNeedsTheRightTypeName) {
-    ArbTree* t = initializeArbTree();
-    EXPECT_EQ(getVal("x", t, "integer"), nullptr);  // empty tree
-    insertArbNode(t, nullptr, "x", int_entry(3));
-    EXPECT_NE(getVal("x", t, "integer"), nullptr);
-    EXPECT_EQ(getVal("x", t, "decimal"), nullptr);
-    EXPECT_EQ(getDecimal("x", t), nullptr);
-    EXPECT_EQ(getInteger("y", t), nullptr);
-    release(t);
+TEST(SearchTree, InvariantsHoldAndValuesUseTheTreeHandlers) {
+    ostr::test::CountingAlloc counter;
+    RBTree* t = string_tree_of({});
+    churn(
+        t, 7, [&](const char* k, int v) { insertRBNode(t, k, ostr::dup_text(numbered("", v))); },
+        [&](const char* k) { return deleteRBNode(t, k); },
+        [&](const char* k) { return getRBVal(k, t) ? std::atoi(static_cast<char*>(getRBVal(k, t))) : -1; });
+    freeRBNodeValueTree(t);
+    EXPECT_EQ(counter.live(), 0);
 }
 
-TEST(ArbTree, SameKeyReplacesTheEntryAndFreesTheOldOne) {
+TEST(ArbTree, LookupNeedsTheRightTypeNameAndSameKeyReplaces) {
     ostr::test::CountingAlloc counter;
     ArbTree* t = initializeArbTree();
+    EXPECT_EQ(getVal("x", t, "integer"), nullptr);  // empty tree
     insertArbNode(t, nullptr, "x", int_entry(1));
+    EXPECT_NE(getVal("x", t, "integer"), nullptr);
+    EXPECT_EQ(getDecimal("x", t), nullptr);
+    EXPECT_EQ(getInteger("y", t), nullptr);
     const long live = counter.live();
-    insertArbNode(t, nullptr, "x", int_entry(2));
+    insertArbNode(t, nullptr, "x", int_entry(2));  // the old entry is freed
     EXPECT_EQ(counter.live(), live);
     EXPECT_EQ(t->count, 1);
     EXPECT_EQ(*getInteger("x", t), 2);
@@ -110,56 +128,41 @@ TEST(ArbTree, FreeWipesKeys) {
     EXPECT_EQ(nonzero_at_free, 0u);
     EXPECT_EQ(t->root, nullptr);
     EXPECT_EQ(t->count, 0);
-    ostr::mem_free(t);
+    insertArbNode(t, nullptr, "again", int_entry(1));  // a cleared record is still a tree
+    EXPECT_EQ(rb_violation(t), "");
+    release(t);
 }
 
+long real_nodes(const ArbNode* n) {
+    long k = 0;
+    for (std::vector<const ArbNode*> stack{n}; !stack.empty();) {
+        n = stack.back();
+        stack.pop_back();
+        if (!n->left) continue;
+        ++k;
+        stack.push_back(n->left);
+        stack.push_back(n->right);
+    }
+    return k;
+}
+
+// Freeing a proper subtree puts the empty leaf in its place and lowers the
+// count by what it held; freeing a leaf frees nothing.
 TEST(ArbTree, FreeingASubtreeLeavesTheRestUsable) {
     ostr::test::CountingAlloc counter;
     ArbTree* t = initializeArbTree();
     for (int k = 0; k < 15; ++k) insertArbNode(t, nullptr, numbered("k", k + 10).c_str(), int_entry(k));
-    ArbNode* sub = t->root->left;
-    freeArbTree(t, sub, 1);
+    ArbNode* leaf = t->root->left;
+    while (leaf->left) leaf = leaf->left;
+    freeArbTree(t, leaf, 1);
+    EXPECT_EQ(t->count, 15);
+    freeArbTree(t, t->root->left, 1);
     EXPECT_LT(t->count, 15);
+    EXPECT_EQ(t->count, real_nodes(t->root));
     insertArbNode(t, nullptr, "k99", int_entry(9));
     EXPECT_NE(getInteger("k99", t), nullptr);
+    EXPECT_EQ(t->count, real_nodes(t->root));
     release(t);
-    EXPECT_EQ(counter.live(), 0);
-}
-
-TEST(ArbTree, CopyHasTheSameShapeColoursAndValues) {
-    ostr::test::CountingAlloc counter;
-    ArbTree* t = initializeArbTree();
-    for (int k = 0; k < 200; ++k) insertArbNode(t, nullptr, numbered("k", k * 7 % 200).c_str(), int_entry(k));
-    insertArbNode(t, nullptr, "no value", createArbValue(nullptr, "null"));
-    ArbTree* c = copyArbTree(t);
-    EXPECT_EQ(rb_violation(c), "");
-    EXPECT_EQ(encode_tree(c), encode_tree(t));
-    EXPECT_NE(getInteger("k3", c), getInteger("k3", t));  // values are copies
-    release(t);
-    release(c);
-    EXPECT_EQ(counter.live(), 0);
-}
-
-TEST(SearchTree, InvariantsHoldAndValuesUseTheTreeHandlers) {
-    ostr::test::CountingAlloc counter;
-    std::mt19937 rng(7);
-    RBTree* t = initializeRBTree(freeRBNodeValueString, writeRBNodeValueString, readRBNodeValueString,
-                                 copyRBNodeValueString);
-    std::map<std::string, std::string> oracle;
-    for (int step = 0; step < 2000; ++step) {
-        const std::string key = random_key(rng, 300);
-        if (rng() % 3 == 0) {
-            EXPECT_EQ(deleteRBNode(t, key.c_str()), static_cast<std::int32_t>(oracle.erase(key)));
-        } else {
-            insertRBNode(t, key.c_str(), ostr::dup_text(numbered("v", step)));
-            oracle[key] = numbered("v", step);
-        }
-        ASSERT_EQ(rb_violation(t), "") << step;
-    }
-    RBTree* c = copyRBTree(t);
-    for (const auto& [k, v] : oracle) EXPECT_STREQ(static_cast<char*>(getRBVal(k.c_str(), c)), v.c_str());
-    freeRBNodeValueTree(t);
-    freeRBNodeValueTree(c);
     EXPECT_EQ(counter.live(), 0);
 }
 
@@ -172,27 +175,25 @@ void custom_free(void* v) {
 TEST(TypeMap, RegisteringAgainReplacesTheRecordWithoutLeaking) {
     terminateArbTreeTypeMap();
     {
-    ostr::test::CountingAlloc counter;
-    initializeArbTreeTypeMap();
-    registerType("thing", custom_free, nullptr, nullptr, nullptr);
-    const long live = counter.live();
-    registerType("thing", custom_free, readRBNodeValueInteger, writeRBNodeValueInteger, nullptr);
-    EXPECT_EQ(counter.live(), live);
-    // Now readable: a "thing" entry reads back with a value, freed through
-    // the registered free operation.
-    ArbTree* t = initializeArbTree();
-    auto* v = static_cast<std::int32_t*>(ostr::mem_alloc(4));
-    *v = 42;
-    insertArbNode(t, nullptr, "a", createArbValue(v, "thing"));
-    ArbTree* back = decode_tree(encode_tree(t), 0);
-    ASSERT_NE(getVal("a", back, "thing"), nullptr);
-    EXPECT_EQ(*static_cast<std::int32_t*>(getVal("a", back, "thing")), 42);
-    custom_frees = 0;
-    release(t);
-    release(back);
-    EXPECT_EQ(custom_frees, 2);
-    terminateArbTreeTypeMap();
-    EXPECT_EQ(counter.live(), 0);
+        ostr::test::CountingAlloc counter;
+        initializeArbTreeTypeMap();
+        registerType("thing", custom_free, nullptr, nullptr, nullptr);
+        const long live = counter.live();
+        registerType("thing", custom_free, readRBNodeValueInteger, writeRBNodeValueInteger, nullptr);
+        EXPECT_EQ(counter.live(), live);
+        // Now readable: a "thing" entry reads back with a value, freed
+        // through the registered free operation.
+        ArbTree* t = initializeArbTree();
+        put(t, "a", boxed<std::int32_t>(42), "thing");
+        ArbTree* back = decode_tree(encode_tree(t), 0);
+        ASSERT_NE(getVal("a", back, "thing"), nullptr);
+        EXPECT_EQ(*static_cast<std::int32_t*>(getVal("a", back, "thing")), 42);
+        custom_frees = 0;
+        release(t);
+        release(back);
+        EXPECT_EQ(custom_frees, 2);
+        terminateArbTreeTypeMap();
+        EXPECT_EQ(counter.live(), 0);
     }
     initializeArbTreeTypeMap();  // outside the counter, for the tests after this one
 }

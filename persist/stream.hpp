@@ -123,7 +123,7 @@ private:
         std::fwrite(bytes, 1, n, file());
     }
     bool buffered_get(void* dest, std::size_t n) noexcept {
-        if (n <= ahead_) {
+        if (buf_ && n <= ahead_) {  // an unbuffered Stream has no buf_ even for n == 0
             std::memcpy(dest, buf_ + at_, n);
             at_ += n;
             ahead_ -= n;

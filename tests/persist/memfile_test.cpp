@@ -8,6 +8,7 @@
 
 #include <unistd.h>
 
+#include "persist/stream.hpp"
 #include "support.hpp"
 #include "support/counting_alloc.hpp"
 
@@ -214,6 +215,20 @@ TEST(FileStream, OutsideHandlersSeeTheFileUpToDate) {
     }
     release(t);
     initializeArbTreeTypeMap();  // back to the built-in types
+}
+
+// An empty field read through a Stream without a buffer (as the
+// environment reader makes one) takes nothing and touches no buffer.
+TEST(FileStream, EmptyFieldsNeedNoBuffer) {
+    FILE* f = file_of({7});
+    {
+        ostr::persist::Stream in(f, 1);
+        char c = 0;
+        EXPECT_TRUE(in.get(&c, 0));
+        EXPECT_TRUE(in.get(&c, 1));
+        EXPECT_EQ(c, 7);
+    }
+    std::fclose(f);
 }
 
 // A pipe cannot seek: nothing may be read ahead of what the tree holds.

@@ -87,29 +87,12 @@ void* get_value(const char* key, const ArbTree* tree, const char* type) noexcept
     return n->entry->value;
 }
 
-// Frees a subtree. When it is the whole tree, the root is cleared and the
-// count set to 0. A proper subtree is replaced by the empty leaf and the
-// count lowered by the entries it held, so the rest of the tree stays
-// usable. A leaf holds nothing and is never freed.
+// Frees a subtree (rb::free_subtree), with the entries when asked.
 void free_tree(ArbTree* tree, ArbNode* node, bool free_values) noexcept {
-    ArbNode* start = node ? node : tree ? tree->root : nullptr;
-    if (!start) return;
     const ArbFreeFn tree_free = tree ? tree->freeValue : nullptr;
-    const bool whole = tree && start == tree->root;
-    if (!rb::is_leaf(start)) {
-        ArbNode** link = whole || !tree || !start->parent ? nullptr : &rb::link_of(*tree, start);
-        const std::int64_t freed = rb::destroy(start, [&](ArbValue* e) {
-            if (free_values) free_entry(e, tree_free);
-        });
-        if (link) {
-            *link = rb::leaf_of(tree);
-            tree->count -= static_cast<std::int32_t>(freed);
-        }
-    }
-    if (whole) {
-        tree->root = nullptr;
-        tree->count = 0;
-    }
+    rb::free_subtree(tree, node, [&](ArbValue* e) {
+        if (free_values) free_entry(e, tree_free);
+    });
 }
 
 ArbValue* copy_entry(const ArbValue* e) noexcept {

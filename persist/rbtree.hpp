@@ -307,6 +307,29 @@ std::int64_t destroy(N* n, F release_payload) noexcept {
     return freed;
 }
 
+// Frees the subtree at node, or the whole tree when node is null. The whole
+// tree leaves the root cleared and the count 0; a proper subtree is replaced
+// by the tree's empty leaf and the count lowered by the entries it held, so
+// the rest of the tree stays usable. A leaf holds nothing and is never freed.
+template <class T, class N, class F>
+void free_subtree(T* tree, N* node, F release_payload) noexcept {
+    N* start = node ? node : tree ? tree->root : nullptr;
+    if (!start) return;
+    const bool whole = tree && start == tree->root;
+    if (!is_leaf(start)) {
+        N** link = whole || !tree || !start->parent ? nullptr : &link_of(*tree, start);
+        const std::int64_t freed = destroy(start, release_payload);
+        if (link) {
+            *link = leaf_of(tree);
+            tree->count -= static_cast<std::int32_t>(freed);
+        }
+    }
+    if (whole) {
+        tree->root = nullptr;
+        tree->count = 0;
+    }
+}
+
 // Visits the real nodes of a subtree in pre-order with an explicit stack;
 // leaf is the tree's empty leaf. visit(n) returns false to skip the rest of
 // n's subtree.

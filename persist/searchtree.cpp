@@ -44,26 +44,10 @@ bool delete_key(RBTree* tree, const char* key) noexcept {
     return true;
 }
 
-// As the typed tree's free: the whole tree clears root and count; a proper
-// subtree is replaced by the empty leaf.
 void free_tree(RBTree* tree, RBNode* node, bool free_values) noexcept {
-    RBNode* start = node ? node : tree ? tree->root : nullptr;
-    if (!start) return;
-    const bool whole = tree && start == tree->root;
-    if (!rb::is_leaf(start)) {
-        RBNode** link = whole || !tree || !start->parent ? nullptr : &rb::link_of(*tree, start);
-        const std::int64_t freed = rb::destroy(start, [&](void* v) {
-            if (free_values) free_value(tree, v);
-        });
-        if (link) {
-            *link = rb::leaf_of(tree);
-            tree->count -= static_cast<std::int32_t>(freed);
-        }
-    }
-    if (whole) {
-        tree->root = nullptr;
-        tree->count = 0;
-    }
+    rb::free_subtree(tree, node, [&](void* v) {
+        if (free_values) free_value(tree, v);
+    });
 }
 
 RBTree* copy_tree(const RBTree* tree) noexcept {

@@ -5,7 +5,10 @@
 #include <algorithm>
 #include <climits>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
+
+#include <sys/mman.h>
 
 #include "numeric/memory.hpp"
 #include "persist/persist.hpp"
@@ -28,9 +31,6 @@ std::int64_t next_size(std::int64_t size, std::int64_t n, Growth rule) noexcept 
     return size * 2 + 8;
 }
 
-// Grows until n bytes fit at the position: one step of the rule, more only
-// when the position was moved past the end. Zeroes everything new,
-// including a gap before the position.
 // Streams carry user data (the state file is one), so a buffer is wiped
 // before it is released.
 void release_buffer(MemFile* m) noexcept {
@@ -39,6 +39,21 @@ void release_buffer(MemFile* m) noexcept {
     m->data = nullptr;
 }
 
+// A large buffer asks for huge pages where the system grants them on
+// request: the zeroing of a fresh 64 MiB buffer then takes 32 page faults
+// instead of 16,384.
+void advise_huge_pages([[maybe_unused]] void* p, [[maybe_unused]] std::size_t n) noexcept {
+#if defined(MADV_HUGEPAGE)
+    constexpr std::uintptr_t huge = std::uintptr_t{2} << 20;
+    const auto at = reinterpret_cast<std::uintptr_t>(p);
+    const std::uintptr_t from = (at + huge - 1) & ~(huge - 1), to = (at + n) & ~(huge - 1);
+    if (n >= 2 * huge && to > from) madvise(reinterpret_cast<void*>(from), to - from, MADV_HUGEPAGE);
+#endif
+}
+
+// Grows until n bytes fit at the position: one step of the rule, more only
+// when the position was moved past the end. Zeroes everything new,
+// including a gap before the position.
 bool grow(MemFile* m, std::size_t n, Growth rule) noexcept {
     const std::int64_t need = static_cast<std::int64_t>(m->position) + static_cast<std::int64_t>(n);
     if (need > INT32_MAX) return false;
@@ -52,6 +67,7 @@ bool grow(MemFile* m, std::size_t n, Growth rule) noexcept {
     // environment, and it is wiped before it goes back to the allocator.
     auto* data = static_cast<unsigned char*>(mem_alloc(static_cast<std::size_t>(size)));
     if (!data) return false;
+    advise_huge_pages(data, static_cast<std::size_t>(size));
     const std::int64_t from = rule == Growth::mem_write ? std::min<std::int64_t>(m->position, old) : old;
     if (from > 0) std::memcpy(data, m->data, static_cast<std::size_t>(from));
     std::memset(data + from, 0, static_cast<std::size_t>(size - from));

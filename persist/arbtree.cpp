@@ -109,17 +109,9 @@ ArbTree* copy_tree(const ArbTree* tree) noexcept {
     ArbTree* t = new_tree();
     if (!t) return nullptr;
     t->freeValue = tree->freeValue;
-    t->count = tree->count;
-    if (!tree->root) {
-        t->root = nullptr;
-        return t;
-    }
-    t->root = rb::copy(tree->root, rb::leaf_of(t), copy_entry, [&](ArbValue* e) { free_entry(e, t->freeValue); });
-    if (!t->root) {
-        mem_free(t);
-        return nullptr;
-    }
-    return t;
+    if (rb::copy_contents(*t, *tree, copy_entry, [&](ArbValue* e) { free_entry(e, t->freeValue); })) return t;
+    mem_free(t);
+    return nullptr;
 }
 
 // Writes node by node in pre-order. An entry whose type is not "null" and

@@ -419,6 +419,19 @@ N* copy(const N* src, N* leaf, C copy_payload, R release_payload) {
     return nullptr;
 }
 
+// Gives the fresh tree dst a copy of src's nodes and count. False when
+// memory runs out; the caller then releases dst's record.
+template <class T, class C, class R>
+bool copy_contents(T& dst, const T& src, C copy_payload, R release_payload) {
+    dst.count = src.count;
+    if (!src.root) {
+        dst.root = nullptr;
+        return true;
+    }
+    dst.root = copy(src.root, leaf_of(&dst), copy_payload, release_payload);
+    return dst.root != nullptr;
+}
+
 // Rebuilds a tree from its pre-order sequence. read(leaf) gives the next
 // node (key, payload and colour set, both children the leaf) or nullptr at
 // the end of the data. The first node is the root; each further node is

@@ -54,19 +54,10 @@ RBTree* copy_tree(const RBTree* tree) noexcept {
     if (!tree) return nullptr;
     RBTree* t = new_tree(tree->freeValue, tree->writeValue, tree->readValue, tree->copyValue);
     if (!t) return nullptr;
-    t->count = tree->count;
-    if (!tree->root) {
-        t->root = nullptr;
-        return t;
-    }
-    t->root = rb::copy(
-        tree->root, rb::leaf_of(t), [&](void* v) { return v && tree->copyValue ? tree->copyValue(v) : nullptr; },
-        [&](void* v) { free_value(tree, v); });
-    if (!t->root) {
-        mem_free(t);
-        return nullptr;
-    }
-    return t;
+    const auto copy_value = [&](void* v) { return v && tree->copyValue ? tree->copyValue(v) : nullptr; };
+    if (rb::copy_contents(*t, *tree, copy_value, [&](void* v) { free_value(tree, v); })) return t;
+    mem_free(t);
+    return nullptr;
 }
 
 // Count (at the root only), then every node in pre-order: key (always, the

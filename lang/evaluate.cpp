@@ -437,26 +437,19 @@ private:
 };
 
 constexpr std::size_t max_cached_text = std::size_t{64} << 10;
-constexpr std::size_t max_cache_bytes = std::size_t{4} << 20;
 
 // The analysis of a text, from the cache when it is there. The caller holds
 // its own reference, since a nested evaluation through a hook may clear the
 // cache meanwhile.
 std::shared_ptr<const Compiled> analysed(Globals& g, std::string_view text) {
     if (!g.cache_enabled || text.size() > max_cached_text) return analyse(text);
-    if (auto it = g.cache.find(text); it != g.cache.end()) {
+    if (auto found = g.cache.find(text)) {
         ++g.stats.hits;
-        return it->second;
+        return found;
     }
     ++g.stats.misses;
     auto c = analyse(text);
-    std::size_t bytes = text.size() * 2 + c->nodes.size() * sizeof(Node) + c->kids.size() * 4 + 64;
-    if (g.cache_bytes + bytes > max_cache_bytes) {
-        g.cache.clear();
-        g.cache_bytes = 0;
-    }
-    g.cache_bytes += bytes;
-    g.cache.emplace(Text(text), c);
+    g.cache.put(text, c, text.size() * 2 + c->nodes.size() * sizeof(Node) + c->kids.size() * 4 + 64);
     return c;
 }
 
@@ -548,7 +541,6 @@ CacheStats cache_stats() noexcept {
 void clear_cache() noexcept {
     if (Globals* g = globals()) {
         g->cache.clear();
-        g->cache_bytes = 0;
     }
 }
 

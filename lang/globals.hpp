@@ -8,20 +8,12 @@
 #include <unordered_map>
 
 #include "lang/evaluate.hpp"
+#include "lang/text_cache.hpp"
 #include "script/environment.hpp"
 
 namespace ostr::lang {
 
 struct Compiled;
-
-struct TextHash {
-    using is_transparent = void;
-    std::size_t operator()(std::string_view s) const noexcept { return std::hash<std::string_view>{}(s); }
-};
-struct TextEq {
-    using is_transparent = void;
-    bool operator()(std::string_view a, std::string_view b) const noexcept { return a == b; }
-};
 
 struct Builtin {
     int arity = -1;  // -1: any number of arguments
@@ -34,8 +26,7 @@ struct Builtin {
 struct Globals {
     BinaryHandler table[obj::tag_count][obj::tag_count]{};
     std::map<Text, Builtin, obj::NameLess> builtins;
-    std::unordered_map<Text, std::shared_ptr<const Compiled>, TextHash, TextEq> cache;
-    std::size_t cache_bytes = 0;
+    TextCache<Compiled> cache{std::size_t{4} << 20};
     CacheStats stats;
     bool cache_enabled = true;
     Text init_script;

@@ -41,36 +41,19 @@ std::shared_ptr<const Function> parse_definition(std::string_view def) {
     return f;
 }
 
-// Analyses kept by the text they came from. The budget counts the texts
-// (an analysis is about the size of its text); past it the cache starts
-// afresh, so a session that defines ever new functions stays bounded.
-template <class T>
-class TextCache {
-public:
-    template <class Make>
-    std::shared_ptr<const T> get(std::string_view text, Make make) {
-        if (auto it = map_.find(text); it != map_.end()) return it->second;
-        std::shared_ptr<const T> made = make();
-        if (text.size() > max_text || text.find('\xFF') != std::string_view::npos) return made;
-        if (bytes_ + text.size() > max_bytes) {
-            map_.clear();
-            bytes_ = 0;
-        }
-        bytes_ += text.size();
-        map_.emplace(Text(text), made);
-        return made;
-    }
+// Function definitions and call argument lists, analysed once per text.
+// An analysis costs about as much as its text.
+constexpr std::size_t max_cached_text = std::size_t{1} << 20;
 
-private:
-    static constexpr std::size_t max_text = std::size_t{1} << 20;
-    static constexpr std::size_t max_bytes = std::size_t{8} << 20;
-    std::unordered_map<Text, std::shared_ptr<const T>, lang::TextHash, lang::TextEq> map_;
-    std::size_t bytes_ = 0;
-};
+template <class T, class Make>
+std::shared_ptr<const T> cached(lang::TextCache<T>& cache, std::string_view text, Make make) {
+    if (text.size() > max_cached_text || text.find('\xFF') != std::string_view::npos) return make();
+    return cache.get(text, make, [&](const T&) { return text.size(); });
+}
 
 std::shared_ptr<const Function> function_of(std::string_view def) {
-    static TextCache<Function> cache;
-    return cache.get(def, [&] { return parse_definition(def); });
+    static lang::TextCache<Function> cache(std::size_t{8} << 20);
+    return cached(cache, def, [&]() -> std::shared_ptr<const Function> { return parse_definition(def); });
 }
 
 // The argument texts of a call, analysed once per call text.
@@ -79,8 +62,8 @@ struct Arguments {
 };
 
 std::shared_ptr<const Arguments> arguments_of(std::string_view inside) {
-    static TextCache<Arguments> cache;
-    return cache.get(inside, [&] {
+    static lang::TextCache<Arguments> cache(std::size_t{8} << 20);
+    return cached(cache, inside, [&]() -> std::shared_ptr<const Arguments> {
         auto a = std::make_shared<Arguments>();
         if (!inside.empty())
             for (std::string_view p : lang::scan::split_commas(inside)) a->args.push_back(lang::prepare(p));

@@ -108,32 +108,20 @@ std::shared_ptr<const Shape> analyse(std::string_view text, bool block) {
     return s;
 }
 
-// Shapes by text, blocks and bodies apart. Texts with lifted strings carry
-// names that live for one line only, so they are analysed afresh.
-struct ShapeCache {
-    std::unordered_map<Text, std::shared_ptr<const Shape>, lang::TextHash, lang::TextEq> map[2];
-    std::size_t bytes = 0;
-};
-ShapeCache& cache() {
-    static ShapeCache c;
+// Shapes by text, bodies and blocks apart (4 MiB each). Texts with lifted
+// strings carry names that live for one line only, so they are analysed
+// afresh.
+lang::TextCache<Shape>* shape_caches() {
+    static lang::TextCache<Shape> c[2] = {lang::TextCache<Shape>(std::size_t{4} << 20),
+                                          lang::TextCache<Shape>(std::size_t{4} << 20)};
     return c;
 }
-constexpr std::size_t max_cache_bytes = std::size_t{8} << 20;
 
 std::shared_ptr<const Shape> shape_of(std::string_view text, bool block) {
     if (text.size() > max_cached_text || text.find('\xFF') != std::string_view::npos) return analyse(text, block);
-    auto& c = cache();
-    auto& m = c.map[block];
-    if (auto it = m.find(text); it != m.end()) return it->second;
-    auto s = analyse(text, block);
-    std::size_t bytes = 2 * text.size() + 64 * (s->elements.size() + 1);
-    if (c.bytes + bytes > max_cache_bytes) {
-        c.map[0].clear(), c.map[1].clear();
-        c.bytes = 0;
-    }
-    c.bytes += bytes;
-    m.emplace(Text(text), s);
-    return s;
+    return shape_caches()[block].get(
+        text, [&] { return analyse(text, block); },
+        [&](const Shape& s) { return 2 * text.size() + 64 * (s.elements.size() + 1); });
 }
 
 Status set_return(lang::Value&& v, Arbenv* env) {
@@ -327,9 +315,8 @@ std::optional<lang::Value> statement_value(std::string_view text, Arbenv* env) {
 }
 
 void clear_shapes() noexcept {
-    auto& c = cache();
-    c.map[0].clear(), c.map[1].clear();
-    c.bytes = 0;
+    shape_caches()[0].clear();
+    shape_caches()[1].clear();
 }
 
 }  // namespace ostr::script

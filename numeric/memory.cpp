@@ -1,7 +1,10 @@
 // The allocator pair, text wiping and the exported text helpers.
 #include "numeric/memory.hpp"
 
+#include <cstdint>
 #include <cstdlib>
+
+#include <sys/mman.h>
 
 #include "ostravine/core.h"
 
@@ -17,8 +20,11 @@ void set_alloc_hooks(const AllocHooks* h) noexcept { hooks = h ? h : &c_heap; }
 
 void* mem_alloc(std::size_t bytes) noexcept { return hooks->alloc(bytes ? bytes : 1); }
 
+// The C heap's calloc knows when fresh memory is already zero (a large
+// block straight from the system) and then skips the clearing.
 void* mem_calloc(std::size_t count, std::size_t size) noexcept {
     if (size != 0 && count > SIZE_MAX / size) return nullptr;
+    if (hooks == &c_heap) return count == 0 || size == 0 ? std::calloc(1, 1) : std::calloc(count, size);
     void* p = mem_alloc(count * size);
     if (p) std::memset(p, 0, count * size);
     return p;
@@ -30,6 +36,35 @@ void* mem_realloc(void* block, std::size_t bytes) noexcept {
 
 void mem_free(void* block) noexcept {
     if (block) hooks->free(block);
+}
+
+void advise_huge_pages([[maybe_unused]] void* p, [[maybe_unused]] std::size_t n) noexcept {
+#if defined(MADV_HUGEPAGE)
+    constexpr std::uintptr_t huge = std::uintptr_t{2} << 20;
+    const auto at = reinterpret_cast<std::uintptr_t>(p);
+    const std::uintptr_t from = (at + huge - 1) & ~(huge - 1), to = (at + n) & ~(huge - 1);
+    if (to > from) madvise(reinterpret_cast<void*>(from), to - from, MADV_HUGEPAGE);
+#endif
+}
+
+void* map_pages(std::size_t n) noexcept {
+#if defined(MAP_ANONYMOUS)
+    void* p = mmap(nullptr, n, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (p == MAP_FAILED) return nullptr;
+    advise_huge_pages(p, n);
+    return p;
+#else
+    return mem_alloc(n);
+#endif
+}
+
+void unmap_pages(void* p, std::size_t n) noexcept {
+#if defined(MAP_ANONYMOUS)
+    if (p) munmap(p, n);
+#else
+    (void)n;
+    mem_free(p);
+#endif
 }
 
 void wipe(void* p, std::size_t n) noexcept {

@@ -26,6 +26,17 @@ void set_alloc_hooks(const AllocHooks* hooks) noexcept;  // nullptr restores the
 [[nodiscard]] void* mem_realloc(void* block, std::size_t bytes) noexcept;
 void mem_free(void* block) noexcept;
 
+// Asks the system to back the 2 MiB pages that lie wholly inside a block
+// with huge pages, where it grants them on request: the first touches of a
+// fresh 64 MiB block then take 32 page faults instead of 16,384.
+void advise_huge_pages(void* p, std::size_t n) noexcept;
+
+// Zeroed pages straight from the system for a large internal block (never
+// one handed to C callers), with huge pages advised; nullptr when refused.
+// unmap_pages gives back exactly what map_pages(n) gave.
+[[nodiscard]] void* map_pages(std::size_t n) noexcept;
+void unmap_pages(void* p, std::size_t n) noexcept;
+
 // Overwrites n bytes with zeros in a way the compiler may not drop.
 void wipe(void* p, std::size_t n) noexcept;
 

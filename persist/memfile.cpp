@@ -8,8 +8,6 @@
 #include <cstdint>
 #include <cstring>
 
-#include <sys/mman.h>
-
 #include "numeric/memory.hpp"
 #include "persist/persist.hpp"
 
@@ -39,18 +37,6 @@ void release_buffer(MemFile* m) noexcept {
     m->data = nullptr;
 }
 
-// A large buffer asks for huge pages where the system grants them on
-// request: the zeroing of a fresh 64 MiB buffer then takes 32 page faults
-// instead of 16,384.
-void advise_huge_pages([[maybe_unused]] void* p, [[maybe_unused]] std::size_t n) noexcept {
-#if defined(MADV_HUGEPAGE)
-    constexpr std::uintptr_t huge = std::uintptr_t{2} << 20;
-    const auto at = reinterpret_cast<std::uintptr_t>(p);
-    const std::uintptr_t from = (at + huge - 1) & ~(huge - 1), to = (at + n) & ~(huge - 1);
-    if (n >= 2 * huge && to > from) madvise(reinterpret_cast<void*>(from), to - from, MADV_HUGEPAGE);
-#endif
-}
-
 // Grows until n bytes fit at the position: one step of the rule, more only
 // when the position was moved past the end. Zeroes everything new,
 // including a gap before the position.
@@ -65,12 +51,12 @@ bool grow(MemFile* m, std::size_t n, Growth rule) noexcept {
     if (size > INT32_MAX) size = INT32_MAX;
     // A new buffer rather than realloc: the old one may hold a serialised
     // environment, and it is wiped before it goes back to the allocator.
-    auto* data = static_cast<unsigned char*>(mem_alloc(static_cast<std::size_t>(size)));
+    // Zeroed by the allocator, which skips the clearing for fresh pages.
+    auto* data = static_cast<unsigned char*>(mem_calloc(static_cast<std::size_t>(size), 1));
     if (!data) return false;
     advise_huge_pages(data, static_cast<std::size_t>(size));
     const std::int64_t from = rule == Growth::mem_write ? std::min<std::int64_t>(m->position, old) : old;
     if (from > 0) std::memcpy(data, m->data, static_cast<std::size_t>(from));
-    std::memset(data + from, 0, static_cast<std::size_t>(size - from));
     release_buffer(m);
     m->data = data;
     m->size = static_cast<std::int32_t>(size);

@@ -147,7 +147,7 @@ namespace {
 // One node: key, type name, value (when the type is known and readable;
 // otherwise the entry is none and the value's bytes are misread by what
 // follows), colour. nullptr at the end of the data.
-ArbNode* read_node(Stream& in, Text& key, Text& type, TypeCache& types, ArbNode* leaf) {
+ArbNode* read_node(Stream& in, Text& key, Text& type, TypeCache& types, ArbTree* tree, ArbNode* leaf) {
     if (!read_text(in, key)) return nullptr;
     read_text(in, type);
     ArbValue* entry = nullptr;
@@ -159,7 +159,7 @@ ArbNode* read_node(Stream& in, Text& key, Text& type, TypeCache& types, ArbNode*
     }
     std::uint32_t color = rb::black;
     in.get_u32(color);
-    ArbNode* n = rb::make_node<ArbNode>(key, nullptr, static_cast<std::int32_t>(color), leaf);
+    ArbNode* n = rb::make_node_in<ArbNode>(rb::arena_of(tree), key, nullptr, static_cast<std::int32_t>(color), leaf);
     if (!n) {
         free_entry(entry, nullptr);
         return nullptr;
@@ -179,7 +179,7 @@ ArbTree* read_arbtree(Stream& in) {
     in.get_u32(count);
     Text key, type;
     TypeCache types;
-    rb::rebuild(*tree, count, [&](ArbNode* leaf) { return read_node(in, key, type, types, leaf); });
+    rb::rebuild(*tree, count, [&](ArbNode* leaf) { return read_node(in, key, type, types, tree, leaf); });
     return tree;
 }
 

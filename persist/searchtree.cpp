@@ -79,12 +79,12 @@ void write_rbtree(RBTree* tree, RBNode* node, Stream& out) {
 
 namespace {
 
-RBNode* read_node(Stream& in, const RBTree* tree, StreamReadFn read, Text& key, RBNode* leaf) {
+RBNode* read_node(Stream& in, RBTree* tree, StreamReadFn read, Text& key, RBNode* leaf) {
     if (!read_text(in, key)) return nullptr;
     void* value = read_with(tree->readValue, read, in);
     std::uint32_t color = rb::black;
     in.get_u32(color);
-    RBNode* n = rb::make_node<RBNode>(key, nullptr, static_cast<std::int32_t>(color), leaf);
+    RBNode* n = rb::make_node_in<RBNode>(rb::arena_of(tree), key, nullptr, static_cast<std::int32_t>(color), leaf);
     if (!n) {
         free_value(tree, value);
         return nullptr;

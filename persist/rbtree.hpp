@@ -59,8 +59,8 @@ inline void prefetch(const N* n) noexcept {
 }
 
 // Nodes that a reader makes in bulk are carved from slabs that the tree owns:
-// one allocation per thousand small nodes instead of one per node, laid out
-// in reading order. Such a node keeps its key right in front of its record
+// a few dozen allocations for a million small nodes instead of one per node,
+// laid out in reading order. Such a node keeps its key right in front of its record
 // (a node of its own block keeps it right behind), which is how release()
 // tells the two apart. A slab node that is deleted or freed on its own has
 // its key wiped at once; its room comes back when the whole tree is freed,

@@ -76,7 +76,7 @@ bool delete_key(ArbTree* tree, const char* key) noexcept {
     if (!n) return false;
     rb::erase(*tree, n);
     free_entry(n->entry, tree->freeValue);
-    rb::release(n);
+    rb::release_erased(*tree, n);
     return true;
 }
 

@@ -63,8 +63,8 @@ inline void prefetch(const N* n) noexcept {
 // laid out in reading order. Such a node keeps its key right in front of its record
 // (a node of its own block keeps it right behind), which is how release()
 // tells the two apart. A slab node that is deleted or freed on its own has
-// its key wiped at once; its room comes back when the whole tree is freed,
-// which wipes and releases the slabs.
+// its key wiped at once; its room comes back when the whole tree is freed or
+// its last node deleted, which wipes and releases the slabs.
 struct alignas(std::max_align_t) Slab {
     // Whole blocks, this header included: 256 bytes doubling to 4 MiB. From
     // 2 MiB on they are pages of their own, in huge pages where the system
@@ -197,6 +197,14 @@ template <class N>
 void release(N* n) noexcept {
     wipe(n->key, std::strlen(n->key));
     if (n->key == reinterpret_cast<char*>(n + 1)) mem_free(n);
+}
+
+// Releases a node that erase() unlinked, and the slabs when it was the last
+// node: an emptied tree holds nothing but its record.
+template <class T, class N>
+void release_erased(T& tree, N* n) noexcept {
+    release(n);
+    if (is_leaf(tree.root)) release_slabs(arena_of(&tree));
 }
 
 template <class N>

@@ -40,7 +40,7 @@ bool delete_key(RBTree* tree, const char* key) noexcept {
     if (!n) return false;
     rb::erase(*tree, n);
     free_value(tree, n->value);
-    rb::release(n);
+    rb::release_erased(*tree, n);
     return true;
 }
 

@@ -137,9 +137,9 @@ void BM_StdMapLookup(benchmark::State& state) {
 // Stream throughput: bytes of encoding per second.
 // Streams are measured warm: one untimed pass first, so the heap has grown
 // to its working size and glibc has settled its thresholds for large blocks.
-// On this kind of virtual machine a page fault costs about 11 us, so a cold
-// pass spends much of its time faulting in fresh pages; the closing figures
-// give both.
+// On the development virtual machine a page fault costs about 11 us, so a
+// cold pass spends much of its time faulting in fresh pages (docs/persist.md,
+// "Speed", gives the cold figures).
 MemFile* write_mem(ArbTree* t) {
     MemFile* m = MemOpen(1 << 20);
     writeArbTreeToStream(t, nullptr, m, 0);

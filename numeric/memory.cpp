@@ -47,23 +47,21 @@ void advise_huge_pages([[maybe_unused]] void* p, [[maybe_unused]] std::size_t n)
 #endif
 }
 
-void* map_pages(std::size_t n) noexcept {
+void* map_pages([[maybe_unused]] std::size_t n) noexcept {
 #if defined(MAP_ANONYMOUS)
+    if (hooks != &c_heap) return nullptr;
     void* p = mmap(nullptr, n, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (p == MAP_FAILED) return nullptr;
     advise_huge_pages(p, n);
     return p;
 #else
-    return mem_alloc(n);
+    return nullptr;
 #endif
 }
 
-void unmap_pages(void* p, std::size_t n) noexcept {
+void unmap_pages([[maybe_unused]] void* p, [[maybe_unused]] std::size_t n) noexcept {
 #if defined(MAP_ANONYMOUS)
     if (p) munmap(p, n);
-#else
-    (void)n;
-    mem_free(p);
 #endif
 }
 

@@ -32,8 +32,10 @@ void mem_free(void* block) noexcept;
 void advise_huge_pages(void* p, std::size_t n) noexcept;
 
 // Zeroed pages straight from the system for a large internal block (never
-// one handed to C callers), with huge pages advised; nullptr when refused.
-// unmap_pages gives back exactly what map_pages(n) gave.
+// one handed to C callers), with huge pages advised. nullptr when refused,
+// when the system has no anonymous mappings, or while a test allocator is
+// installed (the caller then takes a block from mem_alloc, which the test
+// sees). unmap_pages gives back exactly what map_pages(n) gave.
 [[nodiscard]] void* map_pages(std::size_t n) noexcept;
 void unmap_pages(void* p, std::size_t n) noexcept;
 

@@ -4,8 +4,8 @@
 //
 // Every tree has one empty leaf, a black node without children, that all its
 // real nodes point to in place of a missing child (the textbook sentinel). It
-// lives in the tree record's own block (TreeBlock), so a node costs one block
-// and every descent ends on a node that is already in the cache. The leaf's
+// lives in the tree record's own block (TreeBlock), so an inserted node costs
+// one block and every descent ends on a node that is already in the cache. The leaf's
 // parent field is scratch: erase() parks the place of the removed node there
 // for its fix-up (rotations may overwrite it too); nothing else reads it.
 // The leaf is never freed on its own and never turns red.
@@ -73,6 +73,7 @@ struct alignas(std::max_align_t) Slab {
     static constexpr std::size_t first_size = 256, mapped_size = std::size_t{2} << 20, max_size = std::size_t{4} << 20;
     Slab* next;
     std::size_t used, size;
+    bool mapped;  // pages of its own rather than a heap block
     static constexpr std::size_t max_room() noexcept { return max_size - sizeof(Slab); }
     std::size_t room() const noexcept { return size - sizeof(Slab); }
     unsigned char* bytes() noexcept { return reinterpret_cast<unsigned char*>(this + 1); }
@@ -85,7 +86,7 @@ inline void release_slabs(Arena& a) noexcept {
     for (Slab* s = a.slabs; s;) {
         Slab* next = s->next;
         wipe(s->bytes(), s->used);
-        if (s->size >= Slab::mapped_size)
+        if (s->mapped)
             unmap_pages(s, s->size);
         else
             mem_free(s);
@@ -102,9 +103,11 @@ inline unsigned char* carve(Arena& a, std::size_t need) noexcept {
     if (!s || s->room() - s->used < need) {
         std::size_t size = s ? std::min(2 * s->size, Slab::max_size) : Slab::first_size;
         while (size - sizeof(Slab) < need) size *= 2;
-        void* block = size >= Slab::mapped_size ? map_pages(size) : mem_alloc(size);
+        void* pages = size >= Slab::mapped_size ? map_pages(size) : nullptr;
+        void* block = pages ? pages : mem_alloc(size);
         if (!block) return nullptr;
         s = static_cast<Slab*>(block);
+        s->mapped = pages != nullptr;
         s->next = a.slabs;
         s->used = 0;
         s->size = size;

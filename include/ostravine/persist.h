@@ -46,7 +46,8 @@ typedef struct ArbValue {
 
 /* A node of the typed tree. colour 1 is black, 0 red. An empty leaf is a
    black node with no children, the empty key and no entry; every other node
-   has two children. The key lives in the node's own block. All the empty
+   has two children. The key lives in the node's own block, or next to the
+   node in a block of nodes the tree owns (trees read from a stream). All the empty
    leaves of a tree are one node, kept in the block of the tree record: it is
    never freed on its own, and its parent field means nothing (the tree uses
    it as scratch while deleting). */
@@ -189,8 +190,10 @@ OSTR_API ArbTree *copyArbTree(ArbTree *tree) OSTR_NOEXCEPT;
    leaf and the count lowered by the entries it held; an empty leaf frees
    nothing. When the whole tree was freed its root is cleared and its count
    set to 0, and the record can take keys again; the record itself stays the
-   caller's (FreeBlock). freeRBNodeValueArbTree frees a tree and its record
-   at once. */
+   caller's (FreeBlock). Pass the tree: only with it is the storage that a
+   read tree keeps for its nodes released (with tree NULL the nodes are
+   freed, that storage stays). freeRBNodeValueArbTree frees a tree and its
+   record at once. */
 OSTR_API void freeArbTree(ArbTree *tree, ArbNode *node, int32_t freeValues) OSTR_NOEXCEPT;
 /* Writes node's subtree in pre-order (NULL: the root), preceded by the u32
    count when node is the root. A FILE receives the bytes in blocks; all of

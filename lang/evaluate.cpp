@@ -328,9 +328,9 @@ private:
             // An imaginary part below 1e-15 of the real part is rounding
             // noise (it is not shown either); the argument counts as real,
             // and the integers get their correctly rounded factorials.
-            Complex g{special::factorial(v.num.re), 0};
-            if (std::fabs(v.num.im) > 1e-15 * std::fabs(v.num.re))
-                g = special::gamma(Complex{v.num.re + 1, v.num.im});
+            const bool real = std::fabs(v.num.im) <= 1e-15 * std::fabs(v.num.re);
+            const Complex g = real ? Complex{special::factorial(v.num.re), 0}
+                                   : special::gamma(Complex{v.num.re + 1, v.num.im});
             if (std::isfinite(g.re) && std::isfinite(g.im)) return Value::number(g);
             return Value::formula_of(Text(text(n)));
         }

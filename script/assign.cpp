@@ -47,7 +47,7 @@ constexpr std::size_t max_cached_text = std::size_t{1} << 20;
 
 template <class T, class Make>
 std::shared_ptr<const T> cached(lang::TextCache<T>& cache, std::string_view text, Make make) {
-    if (text.size() > max_cached_text || text.find('\xFF') != std::string_view::npos) return make();
+    if (!cacheable(text, max_cached_text)) return make();
     return cache.get(text, make, [&](const T&) { return text.size(); });
 }
 

@@ -66,8 +66,7 @@ Element classify(std::string_view t) {
         e.kind = Kind::block;
         // Nested blocks are analysed with their parent, a bounded number of
         // levels deep; deeper ones wait until they run.
-        if (analysis_depth < max_analysis_depth && t.size() <= max_cached_text &&
-            t.find('\xFF') == std::string_view::npos) {
+        if (analysis_depth < max_analysis_depth && cacheable(t, max_cached_text)) {
             ++analysis_depth;
             e.block = shape_of(t, true);
             --analysis_depth;
@@ -118,7 +117,7 @@ lang::TextCache<Shape>* shape_caches() {
 }
 
 std::shared_ptr<const Shape> shape_of(std::string_view text, bool block) {
-    if (text.size() > max_cached_text || text.find('\xFF') != std::string_view::npos) return analyse(text, block);
+    if (!cacheable(text, max_cached_text)) return analyse(text, block);
     return shape_caches()[block].get(
         text, [&] { return analyse(text, block); },
         [&](const Shape& s) { return 2 * text.size() + 64 * (s.elements.size() + 1); });

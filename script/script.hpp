@@ -53,6 +53,12 @@ bool normalise(std::string_view text, Arbenv* env, Text& out);
 // The normalised text's strings turned back into quoted source form.
 Text substitute(std::string_view text, Arbenv* env);
 // A string literal lifted out of a script: its placeholder name.
+// Placeholders are written "\xFF" digits "\xFF" and live for one line only,
+// so an analysis of a text that holds one is never kept across lines; nor is
+// one of a text longer than max_size.
+inline bool cacheable(std::string_view text, std::size_t max_size) noexcept {
+    return text.size() <= max_size && text.find('\xFF') == std::string_view::npos;
+}
 Text lift_string(std::string_view content, Arbenv* env);
 
 // Wrapper pairs around the whole text, removed layer by layer.

@@ -209,32 +209,29 @@ struct StringTreeValue {
 template <class K>
 constexpr bool buffered = std::is_same_v<K, ArbTreeValue> || std::is_same_v<K, StringTreeValue>;
 
-template <class K>
-void write_value(void* v, void* stream, std::int32_t mode) noexcept {
+// Runs f on a Stream over (stream, mode) that is buffered when K's is.
+template <class K, class F>
+auto on_stream(void* stream, std::int32_t mode, F f) noexcept {
     if constexpr (buffered<K>) {
         FileBuffer b;
-        Stream out(stream, mode, b);
-        if (out) K::write(v, out);
+        Stream s(stream, mode, b);
+        return f(s);
     } else {
-        Stream out(stream, mode);
-        if (out) K::write(v, out);
+        Stream s(stream, mode);
+        return f(s);
     }
+}
+
+template <class K>
+void write_value(void* v, void* stream, std::int32_t mode) noexcept {
+    on_stream<K>(stream, mode, [&](Stream& out) {
+        if (out) K::write(v, out);
+    });
 }
 template <class K>
 void* read_value(void* stream, std::int32_t mode) noexcept {
-    if constexpr (buffered<K>) {
-        FileBuffer b;
-        Stream in(stream, mode, b);
-        return in ? K::read(in) : nullptr;
-    } else {
-        Stream in(stream, mode);
-        return in ? K::read(in) : nullptr;
-    }
+    return on_stream<K>(stream, mode, [](Stream& in) { return in ? K::read(in) : nullptr; });
 }
-
-}  // namespace
-
-namespace {
 
 // A built-in type's C handlers and their Stream forms.
 struct Builtin {

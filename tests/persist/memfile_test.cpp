@@ -3,7 +3,6 @@
 // how the tree serialisers share a FILE with other code.
 #include <gtest/gtest.h>
 
-#include <map>
 #include <string>
 
 #include <unistd.h>
@@ -148,24 +147,19 @@ TEST(MemFile, FailedGrowthWritesNothing) {
 
 // A stream may hold a serialised environment: its buffer is wiped before it
 // goes back to the allocator, on growth as well as on close.
-std::map<void*, std::size_t> block_sizes;
 std::size_t nonzero_at_free = 0;
-void* sized_alloc(std::size_t n) {
-    void* p = std::malloc(n);
-    block_sizes[p] = n;
-    return p;
-}
 void* no_realloc(void*, std::size_t) { return nullptr; }  // growth must not lean on it
 void inspecting_free(void* p) {
     const auto* b = static_cast<const unsigned char*>(p);
-    const std::size_t n = block_sizes[p] == sizeof(MemFile) ? 0 : block_sizes[p];  // the record: no user data
+    const std::size_t size = forget_size(p);
+    const std::size_t n = size == sizeof(MemFile) ? 0 : size;  // the record: no user data
     for (std::size_t i = 0; p && i < n; ++i) nonzero_at_free += b[i] != 0;
-    block_sizes.erase(p);
     std::free(p);
 }
 
 TEST(MemFile, BuffersAreWipedOnGrowthAndClose) {
     const ostr::AllocHooks hooks{sized_alloc, no_realloc, inspecting_free};
+    block_sizes.clear();
     ostr::set_alloc_hooks(&hooks);
     nonzero_at_free = 0;
     MemFile* m = MemOpen(4);

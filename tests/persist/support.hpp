@@ -8,7 +8,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -80,6 +82,23 @@ inline void put(ArbTree* t, const std::string& key, void* value, const char* typ
     insertArbNode(t, nullptr, key.c_str(), createArbValue(value, type));
 }
 inline ArbValue* int_entry(std::int32_t v) { return createArbValue(boxed(v), "integer"); }
+
+// A test allocator that remembers the size of each block it hands out, so
+// that a free hook can inspect a whole block before releasing it.
+inline std::map<void*, std::size_t> block_sizes;
+inline void* sized_alloc(std::size_t n) {
+    void* p = std::malloc(n);
+    block_sizes[p] = n;
+    return p;
+}
+// The size sized_alloc gave p (0 for a block from elsewhere), forgotten.
+inline std::size_t forget_size(void* p) {
+    const auto it = block_sizes.find(p);
+    if (it == block_sizes.end()) return 0;
+    const std::size_t n = it->second;
+    block_sizes.erase(it);
+    return n;
+}
 
 inline MemFile* mem_of(const Bytes& b) {
     MemFile* m = MemOpen(static_cast<std::int32_t>(b.size() ? b.size() : 1));

@@ -127,18 +127,13 @@ TEST(ArbTree, LookupNeedsTheRightTypeNameAndSameKeyReplaces) {
     EXPECT_EQ(counter.live(), 0);
 }
 
-// Remembers block sizes, and on release counts the nonzero bytes behind the
-// node record (where a node keeps its key).
-std::map<void*, std::size_t> sizes;
+// On release counts the nonzero bytes behind the node record (where a node
+// keeps its key).
 std::size_t nonzero_at_free = 0;
-void* sized_alloc(std::size_t n) {
-    void* p = std::malloc(n);
-    sizes[p] = n;
-    return p;
-}
 void inspecting_free(void* p) {
     auto* b = static_cast<unsigned char*>(p);
-    for (std::size_t i = sizeof(ArbNode); i < sizes[p]; ++i) nonzero_at_free += b[i] != 0;
+    const std::size_t size = forget_size(p);
+    for (std::size_t i = sizeof(ArbNode); i < size; ++i) nonzero_at_free += b[i] != 0;
     std::free(p);
 }
 
@@ -162,7 +157,7 @@ TEST(ArbTree, FreeWipesKeys) {
 // Counts released blocks that still hold the text "secret".
 std::size_t secrets_at_free = 0;
 void scanning_free(void* p) {
-    const std::string_view block(static_cast<const char*>(p), sizes[p]);
+    const std::string_view block(static_cast<const char*>(p), forget_size(p));
     secrets_at_free += block.find("secret") != std::string_view::npos;
     std::free(p);
 }

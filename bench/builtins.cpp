@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <string>
 
-#include "bench/evaluator_peer.hpp"
+#include "evaluator_peer.hpp"
 
 namespace {
 

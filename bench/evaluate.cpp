@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "bench/evaluator_peer.hpp"
+#include "evaluator_peer.hpp"
 
 namespace {
 

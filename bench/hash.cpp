@@ -9,8 +9,8 @@
 #include <cstring>
 #include <vector>
 
-#include "numeric/base64.hpp"
-#include "numeric/sha2.hpp"
+#include "hash/base64.hpp"
+#include "hash/sha2.hpp"
 
 namespace {
 

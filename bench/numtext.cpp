@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "lang/numtext.hpp"
+#include "numtext/numtext.hpp"
 #include "ostravine/core.h"
 #include "ostravine/numtext.h"
 

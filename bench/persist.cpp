@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include "numeric/memory.hpp"
+#include "core/memory.hpp"
 #include "ostravine/persist.h"
 
 namespace {

@@ -8,7 +8,7 @@
 #include <cstdio>
 #include <string>
 
-#include "ostravine.h"
+#include "ostravine/special.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <cstring>
 
-#include "numeric/memory.hpp"
+#include "core/memory.hpp"
 
 static_assert(sizeof(BitArray) == 24 && offsetof(BitArray, nwords) == 8 && offsetof(BitArray, words) == 16);
 static_assert(sizeof(BitArrayDivision) == 24 && offsetof(BitArrayDivision, fraction) == 8 &&

@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "bignum/bitarray.hpp"
-#include "numeric/memory.hpp"
+#include "core/memory.hpp"
 
 namespace ostr::big {
 namespace {

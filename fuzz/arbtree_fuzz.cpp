@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "numeric/memory.hpp"
+#include "core/memory.hpp"
 #include "ostravine/persist.h"
 
 namespace {

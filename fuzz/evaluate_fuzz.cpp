@@ -7,7 +7,7 @@
 
 #include "lang/evaluate.hpp"
 #include "lang/globals.hpp"
-#include "script/environment.hpp"
+#include "objects/environment.hpp"
 
 namespace {
 

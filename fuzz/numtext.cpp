@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "lang/numtext.hpp"
+#include "numtext/numtext.hpp"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string text(reinterpret_cast<const char*>(data), size);

@@ -12,6 +12,8 @@
 #include "ostravine/hash.h"
 #include "ostravine/persist.h"
 #include "ostravine/environment.h"
+#include "ostravine/envio.h"
+#include "ostravine/lang.h"
 #include "ostravine/script.h"
 #include "ostravine/special.h"
 

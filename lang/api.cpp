@@ -1,7 +1,7 @@
 // The C face of the evaluator: thin wrappers over ostr::lang.
 #include "lang/evaluate.hpp"
-#include "ostravine/environment.h"
-#include "script/environment.hpp"
+#include "ostravine/lang.h"
+#include "objects/environment.hpp"
 
 extern "C" {
 

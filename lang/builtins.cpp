@@ -10,10 +10,10 @@
 #include <vector>
 
 #include "lang/globals.hpp"
-#include "lang/numtext.hpp"
+#include "numtext/numtext.hpp"
 #include "ostravine/hash.h"
 #include "ostravine/special.h"
-#include "script/environment.hpp"
+#include "objects/environment.hpp"
 
 namespace ostr::lang {
 namespace builtin {

@@ -10,10 +10,10 @@
 
 #include "lang/builtins.hpp"
 #include "lang/globals.hpp"
-#include "lang/scan.hpp"
-#include "numeric/summation.hpp"
+#include "grammar/scan.hpp"
+#include "special/summation.hpp"
 #include "ostravine/special.h"
-#include "script/environment.hpp"
+#include "objects/environment.hpp"
 
 namespace ostr::lang::builtin {
 namespace {

@@ -12,10 +12,10 @@
 
 #include "lang/complex_adapter.hpp"
 #include "lang/globals.hpp"
-#include "lang/numtext_adapter.hpp"
-#include "lang/scan.hpp"
-#include "numeric/special.hpp"
-#include "script/environment.hpp"
+#include "numtext/numtext_adapter.hpp"
+#include "grammar/scan.hpp"
+#include "special/special.hpp"
+#include "objects/environment.hpp"
 
 namespace ostr::lang {
 

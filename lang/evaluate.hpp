@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "lang/operators.hpp"
+#include "grammar/operators.hpp"
 #include "lang/value.hpp"
 
 namespace ostr::lang {

@@ -5,7 +5,7 @@
 
 #include <new>
 
-#include "lang/persist_adapter.hpp"
+#include "envio/typemap.hpp"
 
 namespace ostr::lang {
 namespace {
@@ -28,7 +28,7 @@ bool initialize_globals(const char* init_script, std::uint32_t flag) {
     }
     the_globals->init_script = Text(init_script ? init_script : "");
     the_globals->init_flag = flag;
-    if (!persist::initialize_type_map()) {
+    if (!envio::initialize_type_map()) {
         terminate_globals();
         return false;
     }
@@ -38,7 +38,7 @@ bool initialize_globals(const char* init_script, std::uint32_t flag) {
 
 void terminate_globals() noexcept {
     if (!the_globals) return;
-    persist::terminate_type_map();
+    envio::terminate_type_map();
     the_globals->~Globals();
     mem_free(the_globals);
     the_globals = nullptr;

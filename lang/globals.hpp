@@ -9,7 +9,7 @@
 
 #include "lang/evaluate.hpp"
 #include "lang/text_cache.hpp"
-#include "script/environment.hpp"
+#include "objects/environment.hpp"
 
 namespace ostr::lang {
 

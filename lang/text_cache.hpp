@@ -10,7 +10,7 @@
 #include <string_view>
 #include <unordered_map>
 
-#include "numeric/memory.hpp"
+#include "core/memory.hpp"
 
 namespace ostr::lang {
 

@@ -5,8 +5,8 @@
 #include <cmath>
 
 #include "lang/evaluate.hpp"
-#include "lang/numtext_adapter.hpp"
-#include "lang/scan.hpp"
+#include "numtext/numtext_adapter.hpp"
+#include "grammar/scan.hpp"
 
 namespace ostr::lang {
 namespace {

@@ -7,8 +7,8 @@
 #include <memory>
 #include <string_view>
 
-#include "lang/formula.hpp"
-#include "script/object.hpp"
+#include "formula/formula.hpp"
+#include "objects/object.hpp"
 
 namespace ostr::lang {
 

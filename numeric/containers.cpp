@@ -8,7 +8,7 @@
 #include <cstring>
 #include <utility>
 
-#include "numeric/memory.hpp"
+#include "core/memory.hpp"
 
 namespace ostr::num {
 namespace {

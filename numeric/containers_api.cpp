@@ -3,7 +3,7 @@
 #include <cstddef>
 
 #include "numeric/containers.hpp"
-#include "numeric/memory.hpp"
+#include "core/memory.hpp"
 #include "ostravine/numeric.h"
 
 using namespace ostr::num;

@@ -5,7 +5,7 @@
 // closing text).
 #include <cstdint>
 
-#include "numeric/memory.hpp"
+#include "core/memory.hpp"
 #include "ostravine/numeric.h"
 
 namespace ostr::num {

@@ -4,7 +4,7 @@
 // of writing, reading, copying or freeing.
 #include <cstring>
 
-#include "numeric/memory.hpp"
+#include "core/memory.hpp"
 #include "persist/persist.hpp"
 #include "persist/rbtree.hpp"
 

@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "numeric/memory.hpp"
+#include "core/memory.hpp"
 #include "persist/persist.hpp"
 
 namespace ostr::persist {

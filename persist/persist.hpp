@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "numeric/memory.hpp"
+#include "core/memory.hpp"
 #include "ostravine/persist.h"
 #include "persist/stream.hpp"
 

@@ -25,7 +25,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "numeric/memory.hpp"
+#include "core/memory.hpp"
 #include "ostravine/persist.h"
 
 namespace ostr::persist::rb {

@@ -4,7 +4,7 @@
 // encoding is the typed tree's without type names, and it skips no node.
 #include <cstring>
 
-#include "numeric/memory.hpp"
+#include "core/memory.hpp"
 #include "persist/persist.hpp"
 #include "persist/rbtree.hpp"
 

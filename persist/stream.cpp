@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "numeric/memory.hpp"
+#include "core/memory.hpp"
 
 namespace ostr::persist {
 

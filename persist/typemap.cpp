@@ -3,7 +3,7 @@
 // ten built-in types on first use; the environment layer adds its own.
 #include <cstring>
 
-#include "numeric/memory.hpp"
+#include "core/memory.hpp"
 #include "persist/persist.hpp"
 #include "persist/rbtree.hpp"
 

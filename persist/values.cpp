@@ -11,7 +11,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "numeric/memory.hpp"
+#include "core/memory.hpp"
 #include "persist/containers.hpp"
 #include "persist/persist.hpp"
 

@@ -1,6 +1,5 @@
 // The C face of statement execution and of the globals' lifecycle: thin
 // wrappers over ostr::script.
-#include "ostravine/environment.h"
 #include "ostravine/script.h"
 #include "script/script.hpp"
 

@@ -8,7 +8,7 @@
 #include <unordered_map>
 
 #include "lang/globals.hpp"
-#include "lang/scan.hpp"
+#include "grammar/scan.hpp"
 #include "script/script.hpp"
 
 namespace ostr::script {

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "script/script.hpp"
-#include "script/serialize.hpp"
+#include "envio/serialize.hpp"
 
 namespace ostr::script {
 namespace {

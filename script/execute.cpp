@@ -6,7 +6,7 @@
 #include <chrono>
 #include <ctime>
 
-#include "lang/scan.hpp"
+#include "grammar/scan.hpp"
 #include "script/script.hpp"
 
 namespace ostr::script {

@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "lang/globals.hpp"
-#include "lang/scan.hpp"
+#include "grammar/scan.hpp"
 #include "script/script.hpp"
 
 namespace ostr::script {

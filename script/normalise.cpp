@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <charconv>
 
-#include "lang/numtext_adapter.hpp"
+#include "numtext/numtext_adapter.hpp"
 #include "script/script.hpp"
 
 namespace ostr::script {

@@ -11,7 +11,7 @@
 
 #include "lang/evaluate.hpp"
 #include "lang/value.hpp"
-#include "script/environment.hpp"
+#include "objects/environment.hpp"
 
 namespace ostr::script {
 

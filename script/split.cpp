@@ -5,7 +5,7 @@
 // every walk here is linear however deep the nesting.
 #include <utility>
 
-#include "lang/scan.hpp"
+#include "grammar/scan.hpp"
 #include "script/script.hpp"
 
 namespace ostr::script {

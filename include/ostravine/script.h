@@ -1,5 +1,6 @@
-/* Running script lines: statements, assignments, blocks and user functions.
-   See docs/language.md for the language. */
+/* Running script lines: statements, assignments, blocks and user functions,
+   and the process-wide set-up they need. See docs/language.md for the
+   language. */
 #ifndef OSTRAVINE_SCRIPT_H
 #define OSTRAVINE_SCRIPT_H
 
@@ -8,6 +9,18 @@
 #include "ostravine/export.h"
 
 OSTR_BEGIN_DECLS
+
+/* Builds the globals: the type map of the typed tree, the binary operation
+   table and operator lists of the evaluator, the built-in function table.
+   Call it once before any evaluation and TerminateGlobals once at the end.
+   initScriptName names the start-up script that the script layer runs when
+   flag is non-zero (it may be NULL). Answers 1 on success, 0 when memory ran
+   out (nothing is left allocated then). Calling it again while the globals
+   exist rebuilds them. */
+OSTR_API int32_t InitializeGlobals(const char *initScriptName, uint32_t flag) OSTR_NOEXCEPT;
+
+/* Frees everything InitializeGlobals built. Harmless when nothing is built. */
+OSTR_API void TerminateGlobals(void) OSTR_NOEXCEPT;
 
 /* Runs one script text (one line as the user typed it: statements joined
    by ",", assignments, blocks) in env and answers a new text: the answers

@@ -11,7 +11,7 @@
 #include <string>
 #include <string_view>
 
-#include "lang/formula.hpp"
+#include "formula/formula.hpp"
 
 namespace {
 

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "lang/formula.hpp"
+#include "formula/formula.hpp"
 
 namespace {
 

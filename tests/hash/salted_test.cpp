@@ -8,7 +8,7 @@
 #include <map>
 
 #include "helpers.hpp"
-#include "numeric/memory.hpp"
+#include "core/memory.hpp"
 #include "ostravine/hash.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "helpers.hpp"
-#include "numeric/sha2.hpp"
+#include "hash/sha2.hpp"
 #include "ostravine/hash.h"
 #include "support/counting_alloc.hpp"
 

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "eval_support.hpp"
-#include "lang/scan.hpp"
+#include "grammar/scan.hpp"
 #include "support/doc_examples.hpp"
 
 namespace ostr::test {

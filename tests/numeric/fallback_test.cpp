@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "numeric/memory.hpp"
+#include "core/memory.hpp"
 #include "ostravine/core.h"
 #include "ostravine/numeric.h"
 #include "support/counting_alloc.hpp"

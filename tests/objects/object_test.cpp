@@ -7,7 +7,7 @@
 #include <string>
 
 #include "ostravine/environment.h"
-#include "script/environment.hpp"
+#include "objects/environment.hpp"
 #include "support/counting_alloc.hpp"
 
 namespace ostr::obj {

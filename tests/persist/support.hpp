@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "numeric/memory.hpp"
+#include "core/memory.hpp"
 #include "ostravine/persist.h"
 
 namespace persist_test {

@@ -5,7 +5,11 @@
 #include <cstring>
 
 #include "console.hpp"
-#include "ostravine.h"
+#include "ostravine/core.h"
+#include "ostravine/envio.h"
+#include "ostravine/hash.h"
+#include "ostravine/persist.h"
+#include "ostravine/script.h"
 
 namespace ostr::test {
 namespace {

@@ -7,7 +7,7 @@
 #include <limits>
 #include <vector>
 
-#include "numeric/special.hpp"
+#include "special/special.hpp"
 #include "support/counting_alloc.hpp"
 
 namespace {

@@ -11,7 +11,7 @@
 #include <sstream>
 #include <string>
 
-#include "numeric/special.hpp"
+#include "special/special.hpp"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "numeric/memory.hpp"
+#include "core/memory.hpp"
 
 namespace ostr::test {
 namespace {

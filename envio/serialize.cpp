@@ -1,0 +1,398 @@
+// Environments as typed-tree values: the writer and reader of the
+// environment stream, and the "arbeval_environment" handlers of the C face.
+//
+// A record is framed by its byte length, so a reader takes the whole record
+// into memory first and then parses it with every field checked against
+// the bytes that are really there. Any byte sequence is safe to read: a
+// damaged frame or header gives no environment; inside a sound frame an
+// object that cannot be rebuilt (unknown tag, wrong value size) is skipped.
+#include "envio/serialize.hpp"
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+
+#include "bignum/bitarray.hpp"
+#include "ostravine/envio.h"
+#include "ostravine/hash.h"
+#include "persist/memfile.hpp"
+#include "persist/stream.hpp"
+
+namespace ostr::envio {
+namespace {
+
+constexpr char magic[4] = {'O', 'E', 'N', 'V'};
+constexpr std::uint32_t format = 1;
+constexpr int random_slots = 32;
+// Scopes nest environments inside objects; a damaged record could nest them
+// without end.
+constexpr int max_scope_depth = 16;
+
+// ---- writing ----
+
+void put_raw(Text& out, const void* p, std::size_t n) { out.append(static_cast<const char*>(p), n); }
+void put_u8(Text& out, std::uint8_t v) { out.push_back(static_cast<char>(v)); }
+void put_u32(Text& out, std::uint32_t v) { put_raw(out, &v, 4); }
+void put_i32(Text& out, std::int32_t v) { put_raw(out, &v, 4); }
+void put_u64(Text& out, std::uint64_t v) { put_raw(out, &v, 8); }
+void put_text(Text& out, std::string_view s) {
+    put_u32(out, static_cast<std::uint32_t>(s.size()));
+    out.append(s);
+}
+
+void put_bits(Text& out, const void* v) {
+    auto* a = static_cast<const BitArray*>(v);
+    put_u8(out, a ? 1 : 0);
+    if (!a) return;
+    const std::uint64_t n = a->words ? a->nwords : 0;
+    put_u64(out, a->bits);
+    put_u64(out, n);
+    if (n) put_raw(out, a->words, n * 8);
+}
+
+// The value bytes of an object through its own write handler, or the
+// handler registered for its tag. False when the value has no writer.
+bool put_by_handler(Text& out, const obj::Object* o) {
+    if (o->tag >= obj::tag_count) return false;
+    obj::ValueWrite w = o->write_value ? o->write_value : obj::type_hooks().handlers[o->tag].write;
+    if (!w) return false;
+    MemFile* m = persist::mem_open(64);
+    if (!m) return false;
+    m->position = 0;
+    if (o->value) w(o->value, m, 0);
+    out.append(reinterpret_cast<const char*>(m->data), m->position);
+    wipe(m->data, static_cast<std::size_t>(m->size));
+    persist::mem_close(m);
+    return true;
+}
+
+void put_env(Text& out, const Arbenv* env, int depth);
+
+// The value bytes of one object; false when its value cannot be saved.
+bool put_value(Text& out, const obj::Object* o, int depth) {
+    switch (o->tag) {
+    case obj::numeric: put_raw(out, o->value, sizeof(Complex)); return o->value != nullptr;
+    case obj::algebraic:
+    case obj::string: out.append(obj::text_value(o)); return true;
+    case obj::bignum: {
+        auto* b = static_cast<const obj::BignumValue*>(o->value);
+        if (!b) return false;
+        put_u64(out, static_cast<std::uint64_t>(b->field));
+        put_bits(out, b->mantissa);
+        put_bits(out, b->exponent);
+        return true;
+    }
+    case obj::scoped:
+        if (!o->value || depth >= max_scope_depth) return false;
+        put_env(out, static_cast<const Arbenv*>(o->value), depth + 1);
+        return true;
+    default: return put_by_handler(out, o);
+    }
+}
+
+// An object: key, tag, the three flags, level, then its value as a string
+// field. Objects whose value cannot be saved are left out (the count is
+// patched afterwards).
+void put_table(Text& out, const obj::ObjectTable& table, int depth) {
+    const std::size_t count_at = out.size();
+    put_u32(out, 0);
+    std::uint32_t n = 0;
+    Text value;
+    for (const auto& [key, o] : table) {
+        value.clear();
+        if (!o || !put_value(value, o, depth)) continue;
+        put_text(out, key);
+        put_u32(out, o->tag);
+        put_u8(out, o->flag_a);
+        put_u8(out, o->flag_b);
+        put_u8(out, o->flag_c);
+        put_i32(out, o->level);
+        put_text(out, value);
+        ++n;
+    }
+    std::memcpy(out.data() + count_at, &n, 4);
+}
+
+void put_env(Text& out, const Arbenv* env, int depth) {
+    put_i32(out, env->significant_digits);
+    put_i32(out, env->random_seed);
+    put_u8(out, env->history_flag);
+    put_u32(out, static_cast<std::uint32_t>(env->history.size()));
+    for (const auto& h : env->history) {
+        put_text(out, h.script);
+        put_text(out, h.result);
+    }
+    put_table(out, env->objects, depth);
+    put_table(out, env->functions, depth);
+    put_table(out, env->classes, depth);
+    put_table(out, env->statics, depth);
+}
+
+// ---- reading ----
+
+class Reader {
+public:
+    explicit Reader(std::string_view bytes) noexcept : b_(bytes) {}
+    bool take(void* dest, std::size_t n) noexcept {
+        if (n > b_.size() - at_) return false;
+        std::memcpy(dest, b_.data() + at_, n);
+        at_ += n;
+        return true;
+    }
+    template <class T>
+    bool get(T& v) noexcept { return take(&v, sizeof v); }
+    // A string field as a view into the record.
+    bool view(std::string_view& s) noexcept {
+        std::uint32_t n;
+        if (!get(n) || n > b_.size() - at_) return false;
+        s = b_.substr(at_, n);
+        at_ += n;
+        return true;
+    }
+    std::size_t left() const noexcept { return b_.size() - at_; }
+    void skip(std::size_t n) noexcept { at_ += std::min(n, left()); }
+
+private:
+    std::string_view b_;
+    std::size_t at_ = 0;
+};
+
+// A text ends at its first zero byte, as every text of the core does.
+std::string_view up_to_zero(std::string_view s) noexcept { return s.substr(0, s.find('\0')); }
+
+struct EnvDeleter {
+    void operator()(Arbenv* e) const noexcept { obj::free_environment(e); }
+};
+using EnvPtr = std::unique_ptr<Arbenv, EnvDeleter>;
+
+bool get_bits(Reader& in, void*& out) {
+    std::uint8_t present;
+    if (!in.get(present)) return false;
+    out = nullptr;
+    if (!present) return true;
+    std::uint64_t bits, n;
+    if (!in.get(bits) || !in.get(n) || n > in.left() / 8 || bits > n * 64) return false;
+    BitArray* a = big::make(bits);
+    if (!a) return false;
+    // The words the array holds for its bits; any further words of the
+    // record are skipped.
+    const std::uint64_t keep = a->words ? std::min(n, a->nwords) : 0;
+    if (keep) in.take(a->words, keep * 8);
+    in.skip((n - keep) * 8);
+    out = a;
+    return true;
+}
+
+void free_bignum_value(void* v) {
+    auto* b = static_cast<obj::BignumValue*>(v);
+    big::release(static_cast<BitArray*>(b->mantissa));
+    big::release(static_cast<BitArray*>(b->exponent));
+    mem_free(b);
+}
+
+// The handlers every object of a tag gets, as the object layer gives them.
+obj::ValueHandlers handlers_of(std::uint32_t tag) {
+    if (tag == obj::algebraic || tag == obj::string) return obj::text_handlers();
+    return obj::type_hooks().handlers[tag];
+}
+
+Arbenv* get_env(Reader& in, Arbenv* parent, int depth);
+
+// Rebuilds an object from its value bytes; null when the tag or the bytes
+// make no object of this build.
+obj::Object* make_from(std::uint32_t tag, std::string_view key, std::string_view v, Arbenv* env, int depth) {
+    switch (tag) {
+    case obj::numeric: {
+        if (v.size() != sizeof(Complex)) return nullptr;
+        Complex c;
+        std::memcpy(&c, v.data(), sizeof c);
+        return obj::make_numeric(c, key, env);
+    }
+    case obj::algebraic: return obj::make_algebraic(up_to_zero(v), key, env);
+    case obj::string: {
+        char* t = dup_text(up_to_zero(v));
+        return t ? obj::make_object(env, tag, key, t, obj::text_handlers()) : nullptr;
+    }
+    case obj::bignum: {
+        Reader r(v);
+        auto* b = static_cast<obj::BignumValue*>(mem_alloc(sizeof(obj::BignumValue)));
+        if (!b) return nullptr;
+        *b = {nullptr, nullptr, 0};
+        std::uint64_t field;
+        if (!r.get(field) || !get_bits(r, b->mantissa) || !get_bits(r, b->exponent)) {
+            free_bignum_value(b);
+            return nullptr;
+        }
+        b->field = static_cast<std::int64_t>(field);
+        obj::Object* o = obj::make_object(env, tag, key, b, {free_bignum_value, nullptr, nullptr, nullptr});
+        if (!o) return nullptr;
+        // The object layer keeps its bignum handlers to itself; a copy of the
+        // object carries them.
+        obj::Object* proper = obj::copy_object(o, env);
+        obj::free_object(o);
+        return proper;
+    }
+    case obj::scoped: {
+        if (depth >= max_scope_depth) return nullptr;
+        Reader r(v);
+        EnvPtr scope(get_env(r, env, depth + 1));
+        if (!scope || r.left() != 0) return nullptr;
+        obj::Object* o = obj::make_scoped(key, env);
+        if (!o) return nullptr;
+        obj::free_environment(static_cast<Arbenv*>(o->value));
+        scope->parent_flag = 1;
+        o->value = scope.release();
+        return o;
+    }
+    default: {
+        if (tag >= obj::tag_count) return nullptr;
+        obj::ValueHandlers h = handlers_of(tag);
+        if (!h.read) return nullptr;
+        MemFile* m = persist::mem_open(static_cast<std::int32_t>(std::max<std::size_t>(v.size(), 1)));
+        if (!m) return nullptr;
+        if (!v.empty()) std::memcpy(m->data, v.data(), v.size());
+        m->size = static_cast<std::int32_t>(v.size());
+        m->position = 0;
+        void* value = v.empty() ? nullptr : h.read(m, 0);
+        wipe(m->data, v.size());
+        persist::mem_close(m);
+        return obj::make_object(env, tag, key, value, h);
+    }
+    }
+}
+
+bool get_table(Reader& in, obj::ObjectTable& table, Arbenv* env, int depth) {
+    std::uint32_t n;
+    if (!in.get(n)) return false;
+    for (std::uint32_t k = 0; k < n; ++k) {
+        std::string_view key, value;
+        std::uint32_t tag;
+        std::uint8_t flags[3];
+        std::int32_t level;
+        if (!in.view(key) || !in.get(tag) || !in.take(flags, 3) || !in.get(level) || !in.view(value))
+            return false;
+        key = up_to_zero(key);
+        obj::Object* o = make_from(tag, key, value, env, depth);
+        if (!o) continue;
+        o->flag_a = flags[0];
+        o->flag_b = flags[1];
+        o->flag_c = flags[2];
+        // An object is never deeper than the environment that holds it.
+        o->level = std::clamp(level, 0, env->level);
+        // Records come sorted by key, so each lands at the end of the table.
+        const std::size_t before = table.size();
+        table.try_emplace(table.end(), Text(key), o);
+        if (table.size() == before) obj::free_object(o);
+    }
+    return true;
+}
+
+Arbenv* get_env(Reader& in, Arbenv* parent, int depth) {
+    EnvPtr env(obj::make_environment(parent));
+    if (!env) return nullptr;
+    std::int32_t digits, seed;
+    std::uint8_t history_flag;
+    std::uint32_t history;
+    if (!in.get(digits) || !in.get(seed) || !in.get(history_flag) || !in.get(history)) return nullptr;
+    env->significant_digits = digits >= 1 && digits <= 15 ? digits : obj::default_significant_digits;
+    env->random_seed = seed;
+    env->history_flag = history_flag ? 1 : 0;
+    for (std::uint32_t k = 0; k < history; ++k) {
+        std::string_view script, result;
+        if (!in.view(script) || !in.view(result)) return nullptr;
+        env->history.push_back({Text(up_to_zero(script)), Text(up_to_zero(result))});
+    }
+    if (!get_table(in, env->objects, env.get(), depth) || !get_table(in, env->functions, env.get(), depth) ||
+        !get_table(in, env->classes, env.get(), depth) || !get_table(in, env->statics, env.get(), depth))
+        return nullptr;
+    return env.release();
+}
+
+}  // namespace
+
+void write_body(const Arbenv* env, Text& out) {
+    put_raw(out, magic, 4);
+    put_u32(out, format);
+    std::int32_t table[random_slots];
+    GetRandomTable(table);
+    put_raw(out, table, sizeof table);
+    put_env(out, env, 0);
+}
+
+Arbenv* read_body(std::string_view bytes, bool restore_random) {
+    Reader in(bytes);
+    char m[4];
+    std::uint32_t f;
+    std::int32_t table[random_slots];
+    if (!in.take(m, 4) || std::memcmp(m, magic, 4) != 0 || !in.get(f) || f != format || !in.take(table, sizeof table))
+        return nullptr;
+    EnvPtr env(get_env(in, nullptr, 0));
+    if (!env || in.left() != 0) return nullptr;
+    env->placeholders = std::make_unique<obj::ObjectTable>();
+    // A table the generator could not have made is refused and the current
+    // one stays.
+    if (restore_random) SetRandomTable(table);
+    return env.release();
+}
+
+void write_environment(const Arbenv* env, void* stream, std::int32_t mode) {
+    persist::Stream out(stream, mode);
+    if (!out || !env) return;
+    Text body;
+    write_body(env, body);
+    if (body.size() > INT32_MAX) return;
+    out.put_u32(static_cast<std::uint32_t>(body.size()));
+    out.put_block(body.data(), body.size());
+}
+
+Arbenv* read_environment(void* stream, std::int32_t mode, bool restore_random) {
+    persist::Stream in(stream, mode);
+    std::uint32_t n;
+    if (!in || !in.get_u32(n) || n > INT32_MAX || !in.can_hold(n)) return nullptr;
+    Text body(n, '\0');
+    if (!in.get(body.data(), n)) return nullptr;
+    return read_body(body, restore_random);
+}
+
+std::size_t merge_into(Arbenv* into, Arbenv* from) {
+    std::size_t moved = 0;
+    auto move_table = [&](obj::ObjectTable& src, obj::ObjectTable& dst) {
+        obj::ObjectTable taken;
+        taken.swap(src);
+        for (auto& [name, o] : taken) {
+            o->env = into;
+            o->members->abort_text = &into->abort_text;
+            o->level = into->level;
+            if (o->tag == obj::scoped && o->value) static_cast<Arbenv*>(o->value)->parent = into;
+            auto [it, fresh] = dst.try_emplace(name, o);
+            if (!fresh) {
+                obj::free_object(it->second);
+                it->second = o;
+            }
+            ++moved;
+        }
+    };
+    move_table(from->objects, into->objects);
+    move_table(from->functions, into->functions);
+    move_table(from->classes, into->classes);
+    move_table(from->statics, into->statics);
+    return moved;
+}
+
+}  // namespace ostr::envio
+
+extern "C" {
+
+void writeArbenv(void* env, void* stream, int32_t mode) noexcept {
+    ostr::envio::write_environment(static_cast<const Arbenv*>(env), stream, mode);
+}
+
+void* readTopArbenv(void* stream, int32_t mode) noexcept {
+    return ostr::envio::read_environment(stream, mode, true);
+}
+
+void* copyArbenv(void* env) noexcept { return env ? ostr::obj::copy_environment_value(env) : nullptr; }
+
+void freeArbenv(void* env) noexcept { ostr::obj::free_environment_value(env); }
+
+}

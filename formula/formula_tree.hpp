@@ -1,0 +1,57 @@
+// The working form of a formula: a small tree read from a text under the evaluator's
+// split rules and built only through the simplifying constructors below.
+#pragma once
+
+#include <string_view>
+#include <vector>
+
+#include "core/memory.hpp"
+
+namespace ostr::formula::detail {
+
+// Deeper nesting than this is kept as written: the reader stops descending and keeps
+// the rest as one bracketed atom, so no text makes the recursion unbounded.
+constexpr int max_depth = 200;
+
+enum class Kind : unsigned char { number, atom, sum, product, power };
+
+struct Item;
+
+// Invariants kept by the constructors:
+//   sum:     two or more terms, none of them a sum; items[i].inverse means "subtracted";
+//   product: value/den is the numeric coefficient (den > 0), items are the factors, none
+//            of them a product, items[i].inverse means "divided by"; a number among the
+//            factors is one that could not be folded (a zero divisor, an overflow);
+//   power:   items[0] is the base, items[1] the exponent;
+//   atom:    text as written (a name, a call, a literal of another kind); opaque atoms
+//            (conditions, lists, postfix operands, and text beyond max_depth) are
+//            bracketed wherever they stand as an operand.
+struct Node {
+    Kind kind = Kind::number;
+    bool opaque = false;
+    double value = 0;
+    double den = 1;
+    std::string_view text;  // atom; for a number read from a text, how it was written
+    std::vector<Item> items;
+};
+
+struct Item {
+    bool inverse = false;
+    Node node;
+};
+
+Node number(double v);
+Node negated(Node n);
+Node make_sum(std::vector<Item> terms);
+Node make_product(std::vector<Item> factors);
+Node make_power(Node base, Node exponent);
+
+// The tree of a text; atoms point into `text`, which must outlive the tree.
+Node parse(std::string_view text);
+
+// Appends the text of n, with parentheses exactly where the split rules need them.
+void print(const Node& n, Text& out);
+// The same without the numeric coefficient of a product: the key of like terms.
+void print_bare(const Node& n, Text& out);
+
+}  // namespace ostr::formula::detail

@@ -1,0 +1,136 @@
+// The object record: every named thing a script holds (numbers, formulas,
+// strings, matrices, nodes, maps, scopes) is one Object kept by name in an
+// environment. Values are typed by a tag and carry their four value handlers.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "core/memory.hpp"
+#include "ostravine/numeric.h"
+
+struct Arbenv;
+
+namespace ostr::obj {
+
+// Type tags; 9 is unused. Tags 8 and 11 take their type name from the
+// object's own name.
+enum Tag : std::uint32_t {
+    node = 0,
+    algebraic = 1,
+    matrix = 2,
+    mutant = 3,
+    string = 4,
+    array = 5,
+    class_definition = 6,
+    top_level = 7,
+    scoped = 8,
+    map = 10,
+    internal = 11,
+    numeric = 12,
+    bignum = 13,
+};
+inline constexpr std::uint32_t tag_count = 14;
+
+// The value handlers of the typed tree: free, write to a stream in a mode
+// (1 a FILE stream, else a memory stream), read back, copy.
+using ValueFree = void (*)(void* value);
+using ValueWrite = void (*)(void* value, void* stream, std::uint32_t mode);
+using ValueRead = void* (*)(void* stream, std::uint32_t mode);
+using ValueCopy = void* (*)(void* value);
+struct ValueHandlers {
+    ValueFree free = nullptr;
+    ValueWrite write = nullptr;
+    ValueRead read = nullptr;
+    ValueCopy copy = nullptr;
+};
+
+struct Object;
+
+// One method of an object: its name and its signature text, the name with
+// the argument count in parentheses ("size(0)"; "append()" takes any).
+struct MethodEntry {
+    std::string_view name;
+    std::string_view signature;
+};
+
+// The member record made with every object. It shares (does not own) the
+// abort text of the environment that made the object.
+struct Members {
+    const Text* abort_text = nullptr;
+    std::vector<MethodEntry> methods;  // keyed by name, in registration order
+    std::vector<Object**> references;  // slots cleared when a node is freed
+};
+
+// Field order is the record's documented order.
+struct Object {
+    Members* members;
+    char* name;
+    std::uint8_t flag_a;  // 0 on creation: the private marker
+    std::uint8_t flag_b;  // 0 on creation: the locked marker of nodes
+    std::uint8_t flag_c;  // 1 on creation: the object is alive in its scope
+    std::uint32_t tag;
+    std::int32_t reserved;
+    std::int32_t level;
+    Arbenv* env;
+    void* value;
+    ValueFree free_value;
+    ValueWrite write_value;
+    ValueRead read_value;
+    ValueCopy copy_value;
+};
+
+// The value of a bignum object: two bit-array parts and a 64-bit field.
+struct BignumValue {
+    void* mantissa;  // BitArray*
+    void* exponent;  // BitArray*
+    std::int64_t field;
+};
+
+// Hooks that the types arriving later fill in; all may stay null.
+struct TypeHooks {
+    // Removes one edge of a node; false when it has none left.
+    bool (*remove_node_edge)(Object* node) = nullptr;
+    // Handlers of the value form of a tag whose values live above this
+    // layer (matrices, strings, arrays, ...).
+    ValueHandlers handlers[tag_count]{};
+};
+TypeHooks& type_hooks() noexcept;
+
+// The handlers of text values (algebraic objects and the like).
+const ValueHandlers& text_handlers() noexcept;
+
+// Common set-up of a new object: level from the environment, flag C set,
+// flags A and B clear, members with the environment's abort text, the
+// methods of its tag registered. Null when memory runs out; the value is
+// then released with the given free handler.
+[[nodiscard]] Object* make_object(Arbenv* env, std::uint32_t tag, std::string_view name, void* value,
+                                  const ValueHandlers& handlers);
+[[nodiscard]] Object* make_algebraic(const char* text, Arbenv* env);
+[[nodiscard]] Object* make_algebraic(std::string_view text, std::string_view name, Arbenv* env);
+[[nodiscard]] Object* make_numeric(Complex value, std::string_view name, Arbenv* env);
+[[nodiscard]] Object* make_scoped(std::string_view name, Arbenv* creator);
+
+// A copy held by `env` (the source's environment when null).
+[[nodiscard]] Object* copy_object(const Object* source, Arbenv* env = nullptr);
+void free_object(Object* object) noexcept;
+bool rename_object(Object* object, std::string_view name);
+
+// The type name of a tag ("numeric", ...), empty for the tags that take
+// their name from the object.
+std::string_view tag_type_name(std::uint32_t tag) noexcept;
+// A new text holding the type name of the object.
+[[nodiscard]] Text type_name(const Object* object);
+
+// The method signatures of a tag in registration order, and lookup.
+std::span<const std::string_view> method_signatures(std::uint32_t tag) noexcept;
+const MethodEntry* find_method(const Object* object, std::string_view name) noexcept;
+
+inline Complex numeric_value(const Object* o) noexcept { return *static_cast<const Complex*>(o->value); }
+inline std::string_view text_value(const Object* o) noexcept {
+    return o->value ? std::string_view(static_cast<const char*>(o->value)) : std::string_view();
+}
+
+}  // namespace ostr::obj

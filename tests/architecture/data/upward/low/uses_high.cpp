@@ -1,0 +1,2 @@
+// A lower component reaching up: the checker must refuse this.
+#include "high/api.hpp"

@@ -1,7 +1,14 @@
 // Environments and files in the language: the "export" and "import"
 // commands, and the start-up script whose lines run in every fresh
 // top-level environment.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
 #include <vector>
 
 #include "script/script.hpp"
@@ -29,6 +36,78 @@ struct FileCloser {
 };
 using File = std::unique_ptr<std::FILE, FileCloser>;
 
+// A file descriptor that closes itself.
+class Fd {
+public:
+    explicit Fd(int fd = -1) noexcept : fd_(fd) {}
+    ~Fd() { reset(); }
+    Fd(Fd&& other) noexcept : fd_(other.release()) {}
+    Fd(const Fd&) = delete;
+    Fd& operator=(const Fd&) = delete;
+    int get() const noexcept { return fd_; }
+    void reset(int fd = -1) noexcept {
+        if (fd_ >= 0) ::close(fd_);
+        fd_ = fd;
+    }
+    int release() noexcept { return std::exchange(fd_, -1); }
+
+private:
+    int fd_;
+};
+
+// Only a regular file is read or written: a pipe or a device would block or
+// never end, and a directory holds no environment. The descriptor is handed
+// to a stream that then owns it.
+File regular_stream(Fd fd, const char* mode) {
+    struct stat st;
+    if (fd.get() < 0 || ::fstat(fd.get(), &st) != 0 || !S_ISREG(st.st_mode)) return nullptr;
+    if (*mode == 'w' && ::ftruncate(fd.get(), 0) != 0) return nullptr;
+    File f(::fdopen(fd.get(), mode));
+    if (f) fd.release();
+    return f;
+}
+
+// Writing outside the working directory, or through a symbolic link at the
+// end of the name, needs the user's own leave: a variable of the process's
+// environment, which no script line can set.
+bool write_anywhere() noexcept {
+    const char* v = std::getenv("OSTRAVINE_WRITE_ANYWHERE");
+    return v && std::strcmp(v, "1") == 0;
+}
+
+// Opens a relative name with no ".." in it for writing, below the working
+// directory: each directory on the way is entered without following a
+// link, and a link at the end is not written through.
+Fd open_inside(std::string_view name) {
+    if (name.empty() || name.front() == '/') return Fd();
+    Fd dir;
+    for (std::size_t slash; (slash = name.find('/')) != std::string_view::npos;) {
+        const Text part(name.substr(0, slash));
+        name.remove_prefix(slash + 1);
+        if (part.empty() || part == ".") continue;
+        if (part == "..") return Fd();
+        const int at = dir.get() >= 0 ? dir.get() : AT_FDCWD;
+        dir.reset(::openat(at, part.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        if (dir.get() < 0) return Fd();
+    }
+    if (name.empty() || name == "..") return Fd();
+    const Text last(name);
+    const int at = dir.get() >= 0 ? dir.get() : AT_FDCWD;
+    return Fd(::openat(at, last.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666));
+}
+
+File open_for_writing(const Text& name) {
+    if (write_anywhere())
+        return regular_stream(Fd(::open(name.c_str(), O_WRONLY | O_CREAT | O_NONBLOCK | O_CLOEXEC, 0666)), "wb");
+    return regular_stream(open_inside(name), "wb");
+}
+
+// Readers answer alike for a file that is missing, unreadable or no
+// environment file, so they tell nothing about files beyond that.
+File open_for_reading(const Text& name) {
+    return regular_stream(Fd(::open(name.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)), "rb");
+}
+
 // The file name a command was given: the text of a string argument.
 bool file_name(const lang::Value& v, Text& out) {
     if (v.kind != lang::Value::Kind::object || !v.obj || v.obj->tag != obj::string) return false;
@@ -44,7 +123,7 @@ lang::Value export_command(std::span<lang::Value> args, Arbenv* env) {
     Arbenv* top = obj::top_level_of(env);
     Text body;
     envio::write_body(top, body);
-    File f(std::fopen(name.c_str(), "wb"));
+    File f = open_for_writing(name);
     if (!f) return lang::Value::failure(lang::Error::invalid_object);
     const auto n = static_cast<std::uint32_t>(body.size());
     bool ok = std::fwrite(&n, 4, 1, f.get()) == 1 && std::fwrite(body.data(), 1, n, f.get()) == n;
@@ -62,7 +141,7 @@ lang::Value export_command(std::span<lang::Value> args, Arbenv* env) {
 lang::Value import_command(std::span<lang::Value> args, Arbenv* env) {
     Text name;
     if (!file_name(args[0], name)) return lang::Value::failure();
-    File f(std::fopen(name.c_str(), "rb"));
+    File f = open_for_reading(name);
     if (!f) return lang::Value::failure(lang::Error::invalid_object);
     Arbenv* loaded = envio::read_environment(f.get(), 1, false);
     if (!loaded) return lang::Value::failure(lang::Error::invalid_object);
@@ -73,6 +152,17 @@ lang::Value import_command(std::span<lang::Value> args, Arbenv* env) {
 
 void run_init_lines(Arbenv* env) {
     for (const Text& line : init_lines()) run_script(line, env, true);
+}
+
+// The start-up script runs only when it is a regular file of the user's
+// that no one else can write, as shells treat theirs: a file found in a
+// directory someone else controls never runs. A link is not followed.
+File trusted_script(const char* name) {
+    Fd fd(::open(name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    struct stat st;
+    if (fd.get() < 0 || ::fstat(fd.get(), &st) != 0) return nullptr;
+    if (st.st_uid != ::geteuid() || (st.st_mode & (S_IWGRP | S_IWOTH)) != 0) return nullptr;
+    return regular_stream(std::move(fd), "rb");
 }
 
 }  // namespace
@@ -87,8 +177,8 @@ void load_init_script(const char* name, std::uint32_t flag) {
     std::vector<Text>& lines = init_lines();
     lines.clear();
     if (!flag || !name || !*name) return;
-    File f(std::fopen(name, "rb"));
-    if (!f) return;  // no start-up script: the normal case
+    File f = trusted_script(name);
+    if (!f) return;  // no start-up script (the normal case), or one not to be trusted
     Text all;
     char chunk[4096];
     for (std::size_t got; (got = std::fread(chunk, 1, sizeof chunk, f.get())) > 0;) {

@@ -1,9 +1,14 @@
 /* The console program: one top-level environment, a read-evaluate-print
    loop on standard input until an empty or blank line, then the state file.
    Uses only the exported C API; the protocol is in docs/session.md. */
+#define _POSIX_C_SOURCE 200809L
+
+#include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "ostravine.h"
 #include "statefile.h"
@@ -95,7 +100,23 @@ static Arbenv *load_named(const char *name) {
     return InitializeTopLevelEnvironment();
 }
 
+/* The start-up script runs only when it is a regular file of the user's
+   that no one else can write, as shells treat theirs; the library holds to
+   that on the file it opens. Here the user learns that one was skipped. */
+static void tell_skipped_script(const char *name) {
+    struct stat st;
+    if (lstat(name, &st) != 0) return;
+    if (S_ISREG(st.st_mode) && st.st_uid == geteuid() && !(st.st_mode & (S_IWGRP | S_IWOTH))) return;
+    printf("The start-up script '%s' was skipped: it must be a regular file of yours that no one else can write.\n",
+           name);
+}
+
 int main(int argc, char **argv) {
+    /* A write past the file size limit or into a closed pipe then fails with
+       an error the save reports, instead of ending the process on the spot. */
+    signal(SIGXFSZ, SIG_IGN);
+    signal(SIGPIPE, SIG_IGN);
+    if (argc <= 2) tell_skipped_script("init.txt");
     InitializeGlobals("init.txt", 1);
     ArbTree *tree = NULL;
     int rejected = 0;

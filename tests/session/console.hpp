@@ -69,13 +69,18 @@ public:
     std::string state() const { return read_file(dir_ / state_name); }
     bool has(const std::string& name) const { return fs::exists(dir_ / name); }
 
-    // Runs the console here with the input; `args` are appended to the
-    // command line as they stand (quote them), `prefix` runs before the
-    // program in the same shell.
+    // Runs the console here (or in the subdirectory `sub`) with the input;
+    // `args` are appended to the command line as they stand (quote them),
+    // `prefix` runs before the program in the same shell.
     Outcome run(const std::string& input, const std::string& args = "", const std::string& prefix = "") const {
+        return run_program(OSTR_CONSOLE, input, args, prefix);
+    }
+    Outcome run_program(const std::string& program, const std::string& input, const std::string& args = "",
+                        const std::string& prefix = "", const std::string& sub = "") const {
         write_file(dir_ / ".stdin", input);
-        std::string cmd = "cd '" + dir_.string() + "' && " + prefix + " exec '" OSTR_CONSOLE "' " + args +
-                          " < .stdin > .stdout";
+        const std::string d = dir_.string();
+        std::string cmd = "cd '" + (dir_ / sub).string() + "' && " + prefix + " exec '" + program + "' " + args +
+                          " < '" + d + "/.stdin' > '" + d + "/.stdout'";
         int status = std::system(cmd.c_str());
         Outcome r;
         r.out = read_file(dir_ / ".stdout");

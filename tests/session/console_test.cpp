@@ -163,32 +163,5 @@ TEST(Console, SaveFailsWhenTheTemporaryCannotBeMade) {
     EXPECT_EQ(s.run("x\n\n").out, transcript({"1"}));
 }
 
-TEST(Console, AStateFileThatIsADirectoryIsMovedAsideWhole) {
-    Scratch s;
-    fs::create_directory(s / state_name);
-    write_file(s / state_name / "keep", "mine");
-    Outcome r = s.run("x=2\n\n");
-    EXPECT_EQ(r.out, msg_obsolete + transcript({"x <- 2"}));
-    EXPECT_EQ(r.code, 0);
-    EXPECT_EQ(read_file(s / (state_name + ".rejected") / "keep"), "mine");
-    EXPECT_EQ(s.run("x\n\n").out, transcript({"2"}));
-}
-
-TEST(Console, SaveFailsOnAFullDiskAndKeepsTheOldFile) {
-    Scratch s;
-    s.run("x=1\n\n");
-    const std::string before = s.state();
-    // A file size limit of 1 KiB makes the write fail part way, as a full
-    // disk does; the signal it raises is ignored so the write just fails.
-    // The string is built by a loop, so no long echo reaches the output.
-    const std::string big = "big=\"bbbbbbbbbbbbbbbb\",for:j=1,j<10,j=j+1,big=big+big;\n";
-    Outcome r = s.run(big + "x=2\n\n", "", "trap '' XFSZ; ulimit -f 2;");
-    EXPECT_EQ(r.code, 1);
-    EXPECT_TRUE(r.out.ends_with(msg_save_failed));
-    EXPECT_EQ(s.state(), before);
-    EXPECT_FALSE(s.has(state_name + ".tmp"));
-    EXPECT_EQ(s.run("x\nbig\n\n").out, transcript({"1", "big"}));
-}
-
 }  // namespace
 }  // namespace ostr::test

@@ -64,10 +64,8 @@ struct Hooks {
     // A comparison the evaluator has no rule for (two strings, say): 1 or
     // 0, or -1 when the pair cannot be compared this way.
     int (*compare)(const Value& a, const Value& b, ops::Cond c) = nullptr;
-    // Runs the start-up script named to InitializeGlobals.
-    void (*run_init_script)(const char* name, std::uint32_t flag) = nullptr;
 };
-Hooks& hooks() noexcept;
+Hooks& hooks();
 
 // The value of an expression text in env.
 Value evaluate(std::string_view text, Arbenv* env);

@@ -25,7 +25,7 @@ struct Limits {
     std::uint64_t max_loop_passes = 100'000'000;            // loop passes of one top-level line
     double max_seconds = 60.0;                              // loop time of one top-level line
 };
-Limits& limits() noexcept;
+Limits& limits();
 
 // Builds the evaluator's globals and installs this layer into them (hooks,
 // string arithmetic, the "sigdigits" command); then runs the start-up
@@ -40,7 +40,6 @@ void install();
 // InitializeGlobals and run in every fresh top-level environment.
 void install_environment_files();
 void load_init_script(const char* name, std::uint32_t flag);
-void forget_init_script() noexcept;
 
 // The whole of ArbevalScript: a new result text, never absent.
 Text run_script(std::string_view text, Arbenv* env, bool top_level);
@@ -92,8 +91,6 @@ Status run_body(const Shape& body, Arbenv* env);
 // the value of the last plain expression they ran, if any.
 // Nothing when a block ran well but set no value (a loop, say).
 std::optional<lang::Value> statement_value(std::string_view text, Arbenv* env);
-// Forgets the analysed block shapes.
-void clear_shapes() noexcept;
 // Runs a list of block elements (a function body): the status.
 Status run_elements(std::string_view body, Arbenv* env);
 
@@ -134,7 +131,7 @@ private:
 // (the line is then aborted).
 bool count_pass(Arbenv* env);
 // Starts the counters of a new top-level line.
-void start_line() noexcept;
+void start_line();
 
 // Strings: values, printing, arithmetic.
 [[nodiscard]] obj::Object* make_string(std::string_view text, std::string_view name, Arbenv* env);

@@ -46,7 +46,7 @@ constexpr std::string_view dummy_assignment = "\x01" "1=1";
 
 std::shared_ptr<const Shape> shape_of(std::string_view text, bool block);
 constexpr std::size_t max_cached_text = 1 << 16;
-constexpr int max_analysis_depth = 32;
+constexpr int max_analysis_depth = ostr::limits::block_analysis_depth;
 
 Element classify(std::string_view t) {
     t = strip_wrappers(strip_wrappers(t, '(', ')'), ':', ';');

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "core/limits.hpp"
 #include "lang/evaluate.hpp"
 #include "lang/value.hpp"
 #include "objects/environment.hpp"
@@ -21,7 +22,7 @@ namespace ostr::script {
 struct Limits {
     std::size_t max_line_bytes = std::size_t{4} << 20;     // a script text, after trimming
     std::size_t max_string_bytes = std::size_t{16} << 20;  // one string value
-    int max_depth = 256;                                    // user calls and blocks nested together
+    int max_depth = ostr::limits::statement_depth;          // user calls and blocks nested together
     std::uint64_t max_loop_passes = 100'000'000;            // loop passes of one top-level line
     double max_seconds = 60.0;                              // loop time of one top-level line
 };

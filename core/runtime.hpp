@@ -11,7 +11,7 @@ namespace ostr::core {
 // One slot per component that keeps state, bottom to top: parts are made in
 // this order and freed in the reverse one, so a part may still use the parts
 // below it while it is freed.
-enum Slot : int { objects_slot, lang_slot, script_slot, slot_count };
+enum Slot : int { persist_slot, objects_slot, lang_slot, script_slot, slot_count };
 
 struct Part {
     void* data = nullptr;
@@ -44,6 +44,15 @@ T& part_of() {
         the_runtime.parts[S] = Part{p, [](void* q) noexcept { delete static_cast<T*>(q); }};
     }
     return *static_cast<T*>(p);
+}
+// The same for code that may not throw: null when the part cannot be made.
+template <class T, Slot S>
+T* part_or_null() noexcept {
+    try {
+        return &part_of<T, S>();
+    } catch (...) {
+        return nullptr;
+    }
 }
 // The part of slot S when it is made, else null; never makes it.
 template <class T, Slot S>

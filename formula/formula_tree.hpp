@@ -5,13 +5,13 @@
 #include <string_view>
 #include <vector>
 
+#include "core/limits.hpp"
 #include "core/memory.hpp"
 
 namespace ostr::formula::detail {
 
-// Deeper nesting than this is kept as written: the reader stops descending and keeps
-// the rest as one bracketed atom, so no text makes the recursion unbounded.
-constexpr int max_depth = 200;
+// Deeper nesting than this is kept as written (core/limits.hpp says why).
+constexpr int max_depth = limits::formula_depth;
 
 enum class Kind : unsigned char { number, atom, sum, product, power };
 

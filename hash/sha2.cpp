@@ -1,5 +1,5 @@
-// SHA-512 and SHA-256 (FIPS 180-4). The message is padded into a BitArray of
-// whole blocks, then the rounds read its words; the digest becomes hex text.
+// SHA-512 and SHA-256 (FIPS 180-4). The message is padded into wiped words of
+// whole blocks, then the rounds read them; the digest becomes hex text.
 #include "hash/sha2.hpp"
 
 #include <bit>
@@ -9,7 +9,7 @@
 #include <emmintrin.h>
 #endif
 
-#include "bignum/bitarray.hpp"
+#include "core/memory.hpp"
 #include "hash/base64.hpp"
 #include "ostravine/hash.h"
 
@@ -81,21 +81,25 @@ std::uint64_t load_be64(const unsigned char* p) noexcept {
     return v;
 }
 
-// The message padded to whole blocks as big-endian 64-bit words, held in a
-// BitArray of the padded bit length: the message bytes, a one bit, zeros,
-// and the bit length in the last length_bytes (16 for SHA-512, 8 for
-// SHA-256). The message is copied exactly once, straight into the words the
-// rounds read. The words are wiped before release, as the message may be a
-// secret (the salted hashes digest secret + salt).
+// The message padded to whole blocks as big-endian 64-bit words: the
+// message bytes, a one bit, zeros, and the bit length in the last
+// length_bytes (16 for SHA-512, 8 for SHA-256). The message is copied exactly
+// once, straight into the words the rounds read; only the padding words are
+// zeroed. The words are wiped before release, as the message may be a secret
+// (the salted hashes digest secret + salt).
 class PaddedMessage {
 public:
     PaddedMessage(Bytes m, std::size_t block_bytes, std::size_t length_bytes) noexcept {
         const std::uint64_t n = m.size();
-        if (n >= (std::uint64_t{1} << 60)) return;  // the bit count must fit 64 bits
+        // Beyond 2^37 bytes (128 GiB) no allocation can succeed; asking would
+        // only trouble allocators that treat such sizes as fatal.
+        if (n >= (std::uint64_t{1} << 37)) return;
         const std::uint64_t total = (n + 1 + length_bytes + block_bytes - 1) / block_bytes * block_bytes;
-        a_ = big::make(total * 8);
-        if (!a_) return;
-        std::uint64_t* w = a_->words;
+        const std::size_t count = total / 8;
+        words_.reset(static_cast<std::uint64_t*>(mem_alloc(count * sizeof(std::uint64_t))));
+        if (!words_) return;
+        count_ = count;
+        std::uint64_t* w = words_.get();
         const std::size_t full = n / 8;
         for (std::size_t i = 0; i < full; ++i) w[i] = load_be64(m.data() + 8 * i);
         const std::size_t rem = n % 8;
@@ -103,23 +107,23 @@ public:
         for (std::size_t j = 0; j < rem; ++j)
             last |= std::uint64_t{m[8 * full + j]} << (56 - 8 * j);
         w[full] = last;
-        w[a_->nwords - 1] = n << 3;
-        if (length_bytes == 16) w[a_->nwords - 2] = n >> 61;
+        std::memset(w + full + 1, 0, (count - full - 1) * sizeof *w);
+        w[count - 1] = n << 3;
+        if (length_bytes == 16) w[count - 2] = n >> 61;
     }
     ~PaddedMessage() {
-        if (!a_) return;
-        wipe_words(a_->words, a_->nwords);
-        big::release(a_);
+        if (words_) wipe_words(words_.get(), count_);
     }
     PaddedMessage(const PaddedMessage&) = delete;
     PaddedMessage& operator=(const PaddedMessage&) = delete;
 
-    explicit operator bool() const noexcept { return a_ != nullptr; }
-    const std::uint64_t* words() const noexcept { return a_->words; }
-    std::size_t word_count() const noexcept { return a_->nwords; }
+    explicit operator bool() const noexcept { return words_ != nullptr; }
+    const std::uint64_t* words() const noexcept { return words_.get(); }
+    std::size_t word_count() const noexcept { return count_; }
 
 private:
-    BitArray* a_ = nullptr;
+    OwnedBlock<std::uint64_t> words_;
+    std::size_t count_ = 0;
 };
 
 #define OSTR_INLINE [[gnu::always_inline]] inline

@@ -11,13 +11,6 @@ namespace {
 
 using obj::Tag;
 
-// The complex product with three real products; its rounding differs from
-// the four-product form and is part of the language's results.
-Complex multiply(Complex a, Complex b) noexcept {
-    double k1 = a.re * b.re, k2 = a.im * b.im, k3 = (a.re + a.im) * (b.re + b.im);
-    return {k1 - k2, k3 - k1 - k2};
-}
-
 // Two numbers. A result with an infinite or NaN part is kept as the text of
 // the expression itself (1/0 stays "1/0"), never shown as an infinity.
 Value numeric_pair(Value& l, Value& r, char op, Arbenv*, const OperandTexts& texts) {
@@ -25,7 +18,7 @@ Value numeric_pair(Value& l, Value& r, char op, Arbenv*, const OperandTexts& tex
     switch (op) {
     case '+': c = {a.re + b.re, a.im + b.im}; break;
     case '-': c = {a.re - b.re, a.im - b.im}; break;
-    case '*': c = multiply(a, b); break;
+    case '*': c = cx::mul(a, b); break;
     case '/': c = cx::div(a, b); break;
     case '^': c = cx::pow(a, b); break;
     default: return Value::failure();

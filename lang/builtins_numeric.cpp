@@ -29,11 +29,6 @@ constexpr double max_intervals = 10000;
 // into hours of work.
 constexpr std::uint64_t max_samples = 4000000;
 
-// Numerical built-ins under way, and the samples they have taken since the
-// outermost one began.
-int active_calls = 0;
-std::uint64_t samples_taken = 0;
-
 // The outcome of one evaluation of the expression: a number, or the value
 // that the whole call takes instead.
 struct Sample {
@@ -46,7 +41,8 @@ class Bound {
 public:
     Bound(const Call& call, std::string_view name, std::string_view expression)
         : call_(call), expression_(expression) {
-        if (active_calls++ == 0) samples_taken = 0;
+        State& s = state();
+        if (s.numeric_calls++ == 0) s.samples_taken = 0;
         Arbenv* root = call.env;
         while (root->parent) root = root->parent;
         root_ = root;
@@ -59,7 +55,7 @@ public:
         variable_ = static_cast<Complex*>(o->value);
     }
     ~Bound() {
-        --active_calls;
+        --state().numeric_calls;
         if (scope_) obj::free_environment(scope_);
     }
     Bound(const Bound&) = delete;
@@ -76,7 +72,7 @@ public:
             s.stop = Value::failure(Error::evaluation_aborted);
             return s;
         }
-        if (++samples_taken > max_samples) {
+        if (++state().samples_taken > max_samples) {
             s.stop = Value::failure();
             return s;
         }

@@ -43,11 +43,11 @@ namespace {
 
 // Depth of the analysis or evaluation under way, across re-entries through
 // the hooks.
-int depth_now = 0;
 struct DepthGuard {
-    DepthGuard() noexcept { ++depth_now; }
-    ~DepthGuard() { --depth_now; }
-    bool too_deep() const noexcept { return depth_now > max_depth; }
+    int& depth = state().depth;
+    DepthGuard() { ++depth; }
+    ~DepthGuard() { --depth; }
+    bool too_deep() const noexcept { return depth > max_depth; }
 };
 
 class Compiler {
@@ -455,10 +455,7 @@ std::shared_ptr<const Compiled> analysed(Globals& g, std::string_view text) {
 
 }  // namespace
 
-Hooks& hooks() noexcept {
-    static Hooks h;
-    return h;
-}
+Hooks& hooks() { return state().hooks; }
 
 Value evaluate(std::string_view text, Arbenv* env) {
     Globals* g = globals();

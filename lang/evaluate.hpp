@@ -10,20 +10,15 @@
 #include <string_view>
 #include <vector>
 
+#include "core/limits.hpp"
 #include "grammar/operators.hpp"
 #include "lang/value.hpp"
 
 namespace ostr::lang {
 
-// Nesting beyond this many levels (brackets, operators, conditions and
-// re-entries through the hooks together) answers ">invalid_expression<"
-// instead of recursing further.
-inline constexpr int max_depth = 1000;
-
-// A formula whose two texts together grow past this many bytes answers
-// ">invalid_expression<": complex products and quotients of formulas repeat
-// their operands, so a chain of them would otherwise grow exponentially.
-inline constexpr std::size_t max_formula_text = 100000;
+// Bounds of the evaluator; their reasons are in core/limits.hpp.
+inline constexpr int max_depth = limits::evaluation_depth;
+inline constexpr std::size_t max_formula_text = limits::formula_text_bytes;
 
 // The three texts a binary handler sees: left operand, right operand and
 // the whole expression they came from.
@@ -64,10 +59,8 @@ struct Hooks {
     // A comparison the evaluator has no rule for (two strings, say): 1 or
     // 0, or -1 when the pair cannot be compared this way.
     int (*compare)(const Value& a, const Value& b, ops::Cond c) = nullptr;
-    // Runs the start-up script named to InitializeGlobals.
-    void (*run_init_script)(const char* name, std::uint32_t flag) = nullptr;
 };
-Hooks& hooks() noexcept;
+Hooks& hooks();
 
 // The value of an expression text in env.
 Value evaluate(std::string_view text, Arbenv* env);

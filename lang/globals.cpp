@@ -8,40 +8,44 @@
 #include "envio/typemap.hpp"
 
 namespace ostr::lang {
+
 namespace {
 
-Globals* the_globals = nullptr;
+void free_globals(State& s) noexcept {
+    if (!s.globals) return;
+    envio::terminate_type_map();
+    Globals* g = s.globals;
+    s.globals = nullptr;
+    g->~Globals();
+    mem_free(g);
+}
 
 }  // namespace
 
-Globals* globals() noexcept { return the_globals; }
+State::~State() { free_globals(*this); }
 
 bool initialize_globals(const char* init_script, std::uint32_t flag) {
     terminate_globals();
+    State& s = state();
     void* block = mem_alloc(sizeof(Globals));
     if (!block) return false;
-    the_globals = new (block) Globals();
-    fill_binary_table(*the_globals);
+    Globals* g = s.globals = new (block) Globals();
+    fill_binary_table(*g);
     if (!register_predefined_functions()) {
         terminate_globals();
         return false;
     }
-    the_globals->init_script = Text(init_script ? init_script : "");
-    the_globals->init_flag = flag;
+    g->init_script = Text(init_script ? init_script : "");
+    g->init_flag = flag;
     if (!envio::initialize_type_map()) {
         terminate_globals();
         return false;
     }
-    if (flag && init_script && hooks().run_init_script) hooks().run_init_script(init_script, flag);
     return true;
 }
 
 void terminate_globals() noexcept {
-    if (!the_globals) return;
-    envio::terminate_type_map();
-    the_globals->~Globals();
-    mem_free(the_globals);
-    the_globals = nullptr;
+    if (State* s = core::part_if_made<State, core::lang_slot>()) free_globals(*s);
 }
 
 }  // namespace ostr::lang

@@ -1,5 +1,7 @@
-// The process-wide globals record that InitializeGlobals builds: the binary
-// operation table, the built-in function table and the analysis cache.
+// The evaluator's part of the runtime record: the globals that
+// InitializeGlobals builds (binary operation table, built-in function table,
+// analysis cache), the hooks the layers above fill in, and the counters of
+// the evaluation under way.
 #pragma once
 
 #include <cstdint>
@@ -9,6 +11,7 @@
 
 #include "lang/evaluate.hpp"
 #include "lang/text_cache.hpp"
+#include "core/runtime.hpp"
 #include "objects/environment.hpp"
 
 namespace ostr::lang {
@@ -33,8 +36,27 @@ struct Globals {
     std::uint32_t init_flag = 0;
 };
 
+// The evaluator's slot of the runtime record. The hooks and counters exist
+// without InitializeGlobals too (an evaluation without globals fails
+// cleanly, but a test may fill the hooks first); the globals do not.
+struct State {
+    Hooks hooks;
+    Globals* globals = nullptr;  // owned; see initialize_globals
+    int depth = 0;               // analyses and evaluations nested, across the hooks
+    int numeric_calls = 0;       // numerical built-ins under way (sum, int, root...)
+    std::uint64_t samples_taken = 0;  // their samples since the outermost began
+    State() = default;
+    State(const State&) = delete;
+    State& operator=(const State&) = delete;
+    ~State();
+};
+inline State& state() { return core::part_of<State, core::lang_slot>(); }
+
 // The globals, or null before InitializeGlobals and after TerminateGlobals.
-Globals* globals() noexcept;
+inline Globals* globals() noexcept {
+    State* s = core::part_if_made<State, core::lang_slot>();
+    return s ? s->globals : nullptr;
+}
 bool initialize_globals(const char* init_script, std::uint32_t flag);
 void terminate_globals() noexcept;
 

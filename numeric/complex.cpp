@@ -6,6 +6,7 @@
 // answers users see. Operands are taken by value, so a result record may
 // alias any operand.
 #include "numeric/complex.hpp"
+#include "numeric/kinds.hpp"
 
 #include <cmath>
 #include <cstddef>
@@ -39,16 +40,6 @@ bool compare_floats(double a, double b) noexcept {
 Complex polar(double rho, double t) noexcept { return {rho * std::cos(t), rho * std::sin(t)}; }
 Complex add(Complex a, Complex b) noexcept { return {a.re + b.re, a.im + b.im}; }
 Complex sub(Complex a, Complex b) noexcept { return {a.re - b.re, a.im - b.im}; }
-
-// (a + ib)(c + id) with three real products: k3 = (a + b)(c + d) carries
-// ad + bc + ac + bd, so ad + bc = k3 - k1 - k2. One product fewer than the
-// schoolbook form; the imaginary part rounds differently (and loses digits
-// when ad + bc is small against ac and bd), which is the answer users see.
-Complex mul(Complex a, Complex b) noexcept {
-    const double k1 = a.re * b.re, k2 = a.im * b.im;
-    const double k3 = (a.re + a.im) * (b.re + b.im);
-    return {k1 - k2, k3 - k1 - k2};
-}
 
 // Smith's scaling: divide through by the larger part of b so that no
 // intermediate squares |b|. A zero divisor (or a scaled denominator that
@@ -270,7 +261,7 @@ Complex atanh(Complex z) noexcept {
 // The sum runs over slots 1..n in order; a compiler may not reorder the
 // additions, so an unrolled loop gives the same bits and is left to it.
 double norm(const Complex* v) noexcept {
-    const auto n = static_cast<std::ptrdiff_t>(v[0].re);
+    const std::ptrdiff_t n = KindC::length(v[0]);
     double s = 0;
     for (std::ptrdiff_t i = 1; i <= n; ++i) s += v[i].re * v[i].re + v[i].im * v[i].im;
     return std::sqrt(s);

@@ -434,7 +434,7 @@ void matrix_swap_cols(Elem<K>** m, std::int32_t i, std::int32_t j) noexcept {
 template <class K>
 Elem<K>* vector_reorder(const Elem<K>* v, const std::int32_t* order) noexcept {
     if (!v || !order) return nullptr;
-    const std::int32_t n = order[0], len = vector_length<K>(v);
+    const std::int32_t n = vector_length<KindL>(order), len = vector_length<K>(v);
     Elem<K>* out = vector_raw<K>(n, Fill::none);
     if (!out) return vector_fallback<K>(K::vector_fallback);
     for (std::int32_t k = 1; k <= n; ++k) {
@@ -479,7 +479,7 @@ double*** matrix_vector_new(std::int32_t n, std::int32_t r, std::int32_t c) noex
 
 void matrix_vector_free(double*** mv) noexcept {
     if (!mv) return;
-    matrix_vector_release(mv, truncate_count(*reinterpret_cast<double*>(mv[0])));
+    matrix_vector_release(mv, KindD::length(*reinterpret_cast<double*>(mv[0])));
 }
 
 #define OSTR_INSTANTIATE_BUILD(K)                                                               \

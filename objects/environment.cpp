@@ -1,6 +1,7 @@
 // Environment lifecycle: scopes and the top-level environment, their
 // default assignments, and objects stored, found and removed by name.
 #include "objects/environment.hpp"
+#include "core/runtime.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -35,10 +36,7 @@ bool copy_table(const ObjectTable& from, ObjectTable& to, Arbenv* env) {
 
 std::span<const DefaultAssignment> default_assignments() noexcept { return defaults; }
 
-EnvironmentHooks& environment_hooks() noexcept {
-    static EnvironmentHooks hooks;
-    return hooks;
-}
+EnvironmentHooks& environment_hooks() { return core::part_of<EnvironmentHooks, core::objects_slot>(); }
 
 Arbenv* make_fresh_top_level() {
     Arbenv* env = make_top_level();

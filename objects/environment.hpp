@@ -97,6 +97,6 @@ void clear_table(ObjectTable& table) noexcept;
 struct EnvironmentHooks {
     void (*fresh_top_level)(Arbenv* env) = nullptr;
 };
-EnvironmentHooks& environment_hooks() noexcept;
+EnvironmentHooks& environment_hooks();
 
 }  // namespace ostr::obj

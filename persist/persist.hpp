@@ -6,7 +6,9 @@
 #include <string>
 #include <string_view>
 
+#include "core/limits.hpp"
 #include "core/memory.hpp"
+#include "core/runtime.hpp"
 #include "ostravine/persist.h"
 #include "persist/stream.hpp"
 
@@ -90,20 +92,36 @@ inline void write_text(Stream& out, const char* text) noexcept {
     if (text) out.put_text(text, std::char_traits<char>::length(text));
 }
 
-// Nested trees are read by recursion through the value handlers; a damaged
-// stream could nest them without end. Beyond this depth a nested tree reads
-// as an absent value.
-constexpr int max_nesting = 100;
+// Beyond this depth a nested tree reads as an absent value (core/limits.hpp).
+constexpr int max_nesting = limits::tree_read_depth;
+// The typed tree's part of the runtime record: the type map (built on first
+// use, so the exported functions work without InitializeGlobals) and the
+// nesting of the read under way. Null when memory runs out.
+struct State {
+    ArbTree* type_map = nullptr;
+    int nesting = 0;
+    State() = default;
+    State(const State&) = delete;
+    State& operator=(const State&) = delete;
+    ~State();
+};
+inline State* state() noexcept { return core::part_or_null<State, core::persist_slot>(); }
+
 class NestingGuard {
 public:
-    NestingGuard() noexcept { ++depth_; }
-    ~NestingGuard() { --depth_; }
+    NestingGuard() noexcept : state_(state()) {
+        if (state_) ++state_->nesting;
+    }
+    ~NestingGuard() {
+        if (state_) --state_->nesting;
+    }
     NestingGuard(const NestingGuard&) = delete;
     NestingGuard& operator=(const NestingGuard&) = delete;
-    bool too_deep() const noexcept { return depth_ > max_nesting; }
+    // Without a record to count in, every nesting counts as too deep.
+    bool too_deep() const noexcept { return !state_ || state_->nesting > max_nesting; }
 
 private:
-    static inline int depth_ = 0;
+    State* state_;
 };
 
 }  // namespace ostr::persist

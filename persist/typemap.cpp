@@ -1,6 +1,7 @@
-// The process-wide type map: an ArbTree keyed by type name whose values are
-// type records, freed by the map's own free operation. It is built with the
-// ten built-in types on first use; the environment layer adds its own.
+// The type map (kept in the runtime record): an ArbTree keyed by type name
+// whose values are type records, freed by the map's own free operation. It is
+// built with the ten built-in types on first use; the environment layer adds
+// its own.
 #include <cstring>
 
 #include "core/memory.hpp"
@@ -9,8 +10,6 @@
 
 namespace ostr::persist {
 namespace {
-
-ArbTree* type_map = nullptr;
 
 // The entries of the map carry this type name; their values are ArbType.
 constexpr const char* record_type = "type_record";
@@ -48,26 +47,37 @@ void add_type(ArbTree* map, const char* name, const ArbType& handlers) noexcept 
     insertArbNode(map, nullptr, name, entry);  // replaces (and frees) an older record
 }
 
-void terminate() noexcept {
-    ArbTree* map = type_map;
-    type_map = nullptr;  // nothing looks types up in a map being freed
+void free_map(State& s) noexcept {
+    ArbTree* map = s.type_map;
+    s.type_map = nullptr;  // nothing looks types up in a map being freed
     if (!map) return;
     freeArbTree(map, nullptr, 1);
     mem_free(map);
 }
 
+void terminate() noexcept {
+    if (State* s = core::part_if_made<State, core::persist_slot>()) free_map(*s);
+}
+
 ArbTree* build() noexcept {
-    terminate();
+    State* s = state();
+    if (!s) return nullptr;
+    free_map(*s);
     ArbTree* map = initializeArbTree();
     if (!map) return nullptr;
     map->freeValue = free_record;
     for (const Builtin& b : builtins) add_type(map, b.name, b.handlers);
-    return type_map = map;
+    return s->type_map = map;
 }
 
-ArbTree* the_map() noexcept { return type_map ? type_map : build(); }
+ArbTree* the_map() noexcept {
+    State* s = core::part_if_made<State, core::persist_slot>();
+    return s && s->type_map ? s->type_map : build();
+}
 
 }  // namespace
+
+State::~State() { free_map(*this); }
 
 const ArbType* find_type(const char* name) noexcept {
     ArbTree* map = the_map();

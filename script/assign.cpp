@@ -7,6 +7,7 @@
 #include "lang/globals.hpp"
 #include "grammar/scan.hpp"
 #include "script/script.hpp"
+#include "script/state.hpp"
 
 namespace ostr::script {
 namespace {
@@ -17,6 +18,8 @@ bool reserved(std::string_view name) {
     return name == "break" || name == "else" || name == "elseif" || is_placeholder(name);
 }
 
+}  // namespace
+
 // A definition "name(p1,p2)=body" taken apart once per text.
 struct Function {
     std::vector<Text> params;
@@ -24,6 +27,8 @@ struct Function {
     std::shared_ptr<const Shape> shape;  // null when the body holds strings
     bool valid = false;
 };
+
+namespace {
 
 std::shared_ptr<const Function> parse_definition(std::string_view def) {
     auto f = std::make_shared<Function>();
@@ -52,18 +57,20 @@ std::shared_ptr<const T> cached(lang::TextCache<T>& cache, std::string_view text
 }
 
 std::shared_ptr<const Function> function_of(std::string_view def) {
-    static lang::TextCache<Function> cache(std::size_t{8} << 20);
-    return cached(cache, def, [&]() -> std::shared_ptr<const Function> { return parse_definition(def); });
+    return cached(state().functions, def, [&]() -> std::shared_ptr<const Function> { return parse_definition(def); });
 }
+
+}  // namespace
 
 // The argument texts of a call, analysed once per call text.
 struct Arguments {
     std::vector<lang::Prepared> args;
 };
 
+namespace {
+
 std::shared_ptr<const Arguments> arguments_of(std::string_view inside) {
-    static lang::TextCache<Arguments> cache(std::size_t{8} << 20);
-    return cached(cache, inside, [&]() -> std::shared_ptr<const Arguments> {
+    return cached(state().arguments, inside, [&]() -> std::shared_ptr<const Arguments> {
         auto a = std::make_shared<Arguments>();
         if (!inside.empty())
             for (std::string_view p : lang::scan::split_commas(inside)) a->args.push_back(lang::prepare(p));

@@ -10,6 +10,7 @@
 #include "lang/globals.hpp"
 #include "grammar/scan.hpp"
 #include "script/script.hpp"
+#include "script/state.hpp"
 
 namespace ostr::script {
 namespace {
@@ -45,8 +46,7 @@ constexpr std::string_view dummy_assignment = "\x01" "1=1";
 
 std::shared_ptr<const Shape> shape_of(std::string_view text, bool block);
 constexpr std::size_t max_cached_text = 1 << 16;
-constexpr int max_analysis_depth = 32;
-int analysis_depth = 0;
+constexpr int max_analysis_depth = ostr::limits::block_analysis_depth;
 
 Element classify(std::string_view t) {
     t = strip_wrappers(strip_wrappers(t, '(', ')'), ':', ';');
@@ -66,10 +66,11 @@ Element classify(std::string_view t) {
         e.kind = Kind::block;
         // Nested blocks are analysed with their parent, a bounded number of
         // levels deep; deeper ones wait until they run.
-        if (analysis_depth < max_analysis_depth && cacheable(t, max_cached_text)) {
-            ++analysis_depth;
+        int& depth = state().analysis_depth;
+        if (depth < max_analysis_depth && cacheable(t, max_cached_text)) {
+            ++depth;
             e.block = shape_of(t, true);
-            --analysis_depth;
+            --depth;
         }
     } else {
         if (t == "else") e.kind = Kind::else_;
@@ -107,18 +108,11 @@ std::shared_ptr<const Shape> analyse(std::string_view text, bool block) {
     return s;
 }
 
-// Shapes by text, bodies and blocks apart (4 MiB each). Texts with lifted
-// strings carry names that live for one line only, so they are analysed
-// afresh.
-lang::TextCache<Shape>* shape_caches() {
-    static lang::TextCache<Shape> c[2] = {lang::TextCache<Shape>(std::size_t{4} << 20),
-                                          lang::TextCache<Shape>(std::size_t{4} << 20)};
-    return c;
-}
-
+// Shapes are kept by text (state().shapes). Texts with lifted strings carry
+// names that live for one line only, so they are analysed afresh.
 std::shared_ptr<const Shape> shape_of(std::string_view text, bool block) {
     if (!cacheable(text, max_cached_text)) return analyse(text, block);
-    return shape_caches()[block].get(
+    return state().shapes[block].get(
         text, [&] { return analyse(text, block); },
         [&](const Shape& s) { return 2 * text.size() + 64 * (s.elements.size() + 1); });
 }
@@ -311,11 +305,6 @@ std::optional<lang::Value> statement_value(std::string_view text, Arbenv* env) {
     const obj::Object* r = obj::find(env, "return");
     if (!r) return std::nullopt;
     return lang::value_of(r);
-}
-
-void clear_shapes() noexcept {
-    shape_caches()[0].clear();
-    shape_caches()[1].clear();
 }
 
 }  // namespace ostr::script

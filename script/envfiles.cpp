@@ -12,16 +12,14 @@
 #include <vector>
 
 #include "script/script.hpp"
+#include "script/state.hpp"
 #include "envio/serialize.hpp"
 
 namespace ostr::script {
 namespace {
 
 // The lines of the start-up script, read once by InitializeGlobals.
-std::vector<Text>& init_lines() {
-    static std::vector<Text> lines;
-    return lines;
-}
+std::vector<Text>& init_lines() { return state().init_lines; }
 
 // A start-up script larger than this is not read: it is a mistake, not a
 // list of definitions.
@@ -195,7 +193,5 @@ void load_init_script(const char* name, std::uint32_t flag) {
         if (!blank(line)) lines.emplace_back(line);
     }
 }
-
-void forget_init_script() noexcept { init_lines().clear(); }
 
 }  // namespace ostr::script

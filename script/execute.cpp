@@ -8,13 +8,10 @@
 
 #include "grammar/scan.hpp"
 #include "script/script.hpp"
+#include "script/state.hpp"
 
 namespace ostr::script {
 namespace {
-
-int depth_now = 0;
-std::uint64_t passes = 0;
-double line_start = 0;
 
 // Seconds on a monotonic clock. The coarse Linux clock costs a few
 // nanoseconds and ticks every few milliseconds, which is plenty for a bound
@@ -113,10 +110,7 @@ void housekeeping(Arbenv* env) {
 
 }  // namespace
 
-Limits& limits() noexcept {
-    static Limits l;
-    return l;
-}
+Limits& limits() { return state().limits; }
 
 void abort(Arbenv* env, std::string_view reason) {
     for (; env; env = env->parent)
@@ -134,26 +128,27 @@ lang::Value abort_value(Arbenv* env, std::string_view reason) {
     return lang::Value::failure(lang::Error::evaluation_aborted);
 }
 
-DepthGuard::DepthGuard(Arbenv* env) : ok_(++depth_now <= limits().max_depth) {
+DepthGuard::DepthGuard(Arbenv* env) : ok_(++state().depth <= limits().max_depth) {
     if (!ok_) abort(env, "nesting too deep");
 }
-DepthGuard::~DepthGuard() { --depth_now; }
+DepthGuard::~DepthGuard() { --state().depth; }
 
-void start_line() noexcept {
-    passes = 0;
-    line_start = now_seconds();
+void start_line() {
+    State& s = state();
+    s.passes = 0;
+    s.line_start = now_seconds();
 }
 
 bool count_pass(Arbenv* env) {
-    ++passes;
-    if (passes > limits().max_loop_passes) {
+    State& s = state();
+    if (++s.passes > s.limits.max_loop_passes) {
         abort(env, "loop limit");
         return false;
     }
     // The clock is read on every pass: one pass may cost anything from a
     // microsecond to a second (a formula that doubles each pass), so a
     // sampled check could overshoot the bound by any amount.
-    if (now_seconds() - line_start > limits().max_seconds) {
+    if (now_seconds() - s.line_start > s.limits.max_seconds) {
         abort(env, "time limit");
         return false;
     }

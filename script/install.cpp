@@ -6,6 +6,7 @@
 #include "lang/globals.hpp"
 #include "grammar/scan.hpp"
 #include "script/script.hpp"
+#include "script/state.hpp"
 
 namespace ostr::script {
 namespace {
@@ -67,18 +68,20 @@ void install() {
     }
 }
 
+// The runtime record is made afresh, bottom up: the parts of the layers
+// below first, so that this layer's part and hooks land on them.
 bool initialize_globals(const char* init_script, std::uint32_t flag) {
-    clear_shapes();
+    terminate_globals();
+    obj::environment_hooks();
     if (!lang::initialize_globals(init_script, flag)) return false;
+    state();
     install();
     load_init_script(init_script, flag);
     return true;
 }
 
-void terminate_globals() noexcept {
-    clear_shapes();
-    forget_init_script();
-    lang::terminate_globals();
-}
+// Every part of the runtime record goes, top down: this layer's caches
+// still hold analyses of the evaluator's, which go after them.
+void terminate_globals() noexcept { core::free_runtime(); }
 
 }  // namespace ostr::script

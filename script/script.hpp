@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "core/limits.hpp"
 #include "lang/evaluate.hpp"
 #include "lang/value.hpp"
 #include "objects/environment.hpp"
@@ -21,11 +22,11 @@ namespace ostr::script {
 struct Limits {
     std::size_t max_line_bytes = std::size_t{4} << 20;     // a script text, after trimming
     std::size_t max_string_bytes = std::size_t{16} << 20;  // one string value
-    int max_depth = 256;                                    // user calls and blocks nested together
+    int max_depth = ostr::limits::statement_depth;          // user calls and blocks nested together
     std::uint64_t max_loop_passes = 100'000'000;            // loop passes of one top-level line
     double max_seconds = 60.0;                              // loop time of one top-level line
 };
-Limits& limits() noexcept;
+Limits& limits();
 
 // Builds the evaluator's globals and installs this layer into them (hooks,
 // string arithmetic, the "sigdigits" command); then runs the start-up
@@ -40,7 +41,6 @@ void install();
 // InitializeGlobals and run in every fresh top-level environment.
 void install_environment_files();
 void load_init_script(const char* name, std::uint32_t flag);
-void forget_init_script() noexcept;
 
 // The whole of ArbevalScript: a new result text, never absent.
 Text run_script(std::string_view text, Arbenv* env, bool top_level);
@@ -92,8 +92,6 @@ Status run_body(const Shape& body, Arbenv* env);
 // the value of the last plain expression they ran, if any.
 // Nothing when a block ran well but set no value (a loop, say).
 std::optional<lang::Value> statement_value(std::string_view text, Arbenv* env);
-// Forgets the analysed block shapes.
-void clear_shapes() noexcept;
 // Runs a list of block elements (a function body): the status.
 Status run_elements(std::string_view body, Arbenv* env);
 
@@ -134,7 +132,7 @@ private:
 // (the line is then aborted).
 bool count_pass(Arbenv* env);
 // Starts the counters of a new top-level line.
-void start_line() noexcept;
+void start_line();
 
 // Strings: values, printing, arithmetic.
 [[nodiscard]] obj::Object* make_string(std::string_view text, std::string_view name, Arbenv* env);

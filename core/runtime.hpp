@@ -1,0 +1,63 @@
+// The runtime record: the one place that holds the mutable state of the core
+// (hook records, analysis caches, depth counters, limits, loop counters).
+// Each component that keeps state owns one slot and defines the type of its
+// part; this file only holds them type-erased, so no layer names a higher one.
+#pragma once
+
+#include <new>
+
+namespace ostr::core {
+
+// One slot per component that keeps state, bottom to top: parts are made in
+// this order and freed in the reverse one, so a part may still use the parts
+// below it while it is freed.
+enum Slot : int { persist_slot, objects_slot, lang_slot, script_slot, slot_count };
+
+struct Part {
+    void* data = nullptr;
+    void (*drop)(void*) noexcept = nullptr;
+};
+
+struct Runtime {
+    Part parts[slot_count];
+};
+
+// The record itself. Reached only through part_of (and the functions below);
+// it is a plain object so that a part costs one load to reach.
+extern Runtime the_runtime;
+
+// Frees every part, top down. Harmless when none is made.
+void free_runtime() noexcept;
+// Frees one part; the next part_of makes it afresh.
+void free_part(Slot s) noexcept;
+
+// The part of slot S, of type T (a type of the component that owns the
+// slot), made default on first use: code that runs without InitializeGlobals
+// (an environment made before it, a test of one layer) sees a fresh part,
+// never a dangling or missing one. Throws std::bad_alloc when the part
+// cannot be made, as any other allocation inside.
+template <class T, Slot S>
+T& part_of() {
+    void* p = the_runtime.parts[S].data;
+    if (!p) [[unlikely]] {
+        p = new T();
+        the_runtime.parts[S] = Part{p, [](void* q) noexcept { delete static_cast<T*>(q); }};
+    }
+    return *static_cast<T*>(p);
+}
+// The same for code that may not throw: null when the part cannot be made.
+template <class T, Slot S>
+T* part_or_null() noexcept {
+    try {
+        return &part_of<T, S>();
+    } catch (...) {
+        return nullptr;
+    }
+}
+// The part of slot S when it is made, else null; never makes it.
+template <class T, Slot S>
+T* part_if_made() noexcept {
+    return static_cast<T*>(the_runtime.parts[S].data);
+}
+
+}  // namespace ostr::core

@@ -1,0 +1,36 @@
+// The statement layer's part of the runtime record: its analysis caches, the
+// nesting and loop counters of the line under way, the line limits and the
+// lines of the start-up script. Made by InitializeGlobals, freed by
+// TerminateGlobals (core/runtime.hpp).
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "core/runtime.hpp"
+#include "lang/text_cache.hpp"
+#include "script/script.hpp"
+
+namespace ostr::script {
+
+struct Shape;
+struct Function;
+struct Arguments;
+
+struct State {
+    // Shapes by text, bodies [0] and blocks [1] apart (4 MiB each).
+    lang::TextCache<Shape> shapes[2] = {lang::TextCache<Shape>(std::size_t{4} << 20),
+                                        lang::TextCache<Shape>(std::size_t{4} << 20)};
+    lang::TextCache<Function> functions{std::size_t{8} << 20};
+    lang::TextCache<Arguments> arguments{std::size_t{8} << 20};
+    int analysis_depth = 0;  // nested block analyses under way
+    int depth = 0;           // user calls and blocks nested together
+    std::uint64_t passes = 0;  // loop passes of the top-level line
+    double line_start = 0;     // when the top-level line began, in seconds
+    Limits limits;
+    std::vector<Text> init_lines;  // the start-up script, read once
+};
+
+inline State& state() { return core::part_of<State, core::script_slot>(); }
+
+}  // namespace ostr::script

@@ -19,14 +19,25 @@ struct OwnedString {
 };
 
 // Both thresholds settings: the divide-and-conquer conversion runs its
-// splits on small operands when lowered.
+// splits on small operands when lowered. Powers of ten and their neighbours,
+// the digit strings 1000...0 and 999...9, sit exactly on its split points.
 TEST(Text, DecimalAndHexMatchGmpBothWays) {
     Operands ops(21);
+    std::vector<Mpz> tens;
+    for (unsigned long e : {18ul, 19ul, 38ul, 76ul, 152ul, 300ul, 1216ul})
+        for (long d : {-1, 0, 1}) {
+            Mpz p;
+            mpz_ui_pow_ui(p, 10, e);
+            d < 0 ? mpz_sub_ui(p, p, 1) : mpz_add_ui(p, p, static_cast<unsigned long>(d));
+            tens.push_back(p);
+        }
     for (bool low : {false, true}) {
         LowThresholds lowered;
         if (!low) big::tuning = lowered.saved;
-        for (std::uint64_t b : size_ladder((low ? 30000 : 300000) / big_scale)) {
-            const Mpz a = ops.make(b);
+        std::vector<Mpz> operands = tens;
+        for (std::uint64_t b : size_ladder((low ? 30000 : 300000) / big_scale)) operands.push_back(ops.make(b));
+        for (const Mpz& a : operands) {
+            const std::uint64_t b = mpz_sizeinbase(a, 2);
             const auto ba = to_bits(a);
             const std::string dec = a.str(10);
             ASSERT_EQ(OwnedString(BitArrayToDecimalIntegerString(ba.get(), nullptr)).str(), dec) << b;

@@ -48,35 +48,66 @@ std::size_t char_count(std::string_view s) noexcept {
     return n;
 }
 
-// Between two well-formed texts every byte match is on character boundaries
-// (no sequence begins inside another); the walk matters for the bytes that
-// form no character, which a decoded Base64 text may hold.
+namespace {
+
+bool well_formed(std::string_view s) noexcept {
+    for (std::size_t i = 0; i < s.size();) {
+        const std::size_t next = next_char(s, i);
+        if (next == i + 1 && static_cast<unsigned char>(s[i]) >= 0x80) return false;
+        i = next;
+    }
+    return true;
+}
+
+// Calls visit(at) for each occurrence of part (not empty) in s, from the
+// left, not overlapping, that begins and ends on character boundaries, until
+// visit answers false. A well-formed part cannot begin inside a character
+// of s (it does not begin with a continuation byte) nor end inside one (its
+// last sequence is complete), so every byte match counts and the search
+// runs at the speed of find; only a part that holds stray bytes, which a
+// decoded Base64 text may, needs the walk over the characters of s.
+template <class Visit>
+void each_occurrence(std::string_view s, std::string_view part, Visit visit) {
+    const bool plain = well_formed(part);
+    std::size_t cursor = 0;  // a character boundary at or before every candidate
+    for (std::size_t at = s.find(part); at != std::string_view::npos;) {
+        std::size_t end = at + part.size();
+        if (!plain) {
+            while (cursor < at) cursor = next_char(s, cursor);
+            std::size_t stop = cursor;
+            if (cursor == at)
+                while (stop < end) stop = next_char(s, stop);
+            if (cursor != at || stop != end) {
+                at = s.find(part, at + 1);
+                continue;
+            }
+            cursor = end;
+        }
+        if (!visit(at)) return;
+        at = s.find(part, end);
+    }
+}
+
+}  // namespace
+
 std::vector<std::size_t> occurrences(std::string_view s, std::string_view part, std::size_t limit) {
     std::vector<std::size_t> found;
-    std::size_t cursor = 0;  // a character boundary at or before every candidate
-    for (std::size_t at = s.find(part); at != std::string_view::npos && found.size() < limit;) {
-        while (cursor < at) cursor = next_char(s, cursor);
-        std::size_t end = cursor;
-        if (cursor == at)
-            while (end < at + part.size()) end = next_char(s, end);
-        if (cursor == at && end == at + part.size()) {
-            found.push_back(at);
-            cursor = end;
-            at = s.find(part, end);
-        } else {
-            at = s.find(part, at + 1);
-        }
-    }
+    if (limit == 0) return found;
+    each_occurrence(s, part, [&](std::size_t at) {
+        found.push_back(at);
+        return found.size() < limit;
+    });
     return found;
 }
 
 std::vector<std::string_view> split_pieces(std::string_view s, std::string_view sep) {
     std::vector<std::string_view> pieces;
     std::size_t start = 0;
-    for (std::size_t at : occurrences(s, sep)) {
+    each_occurrence(s, sep, [&](std::size_t at) {
         pieces.push_back(s.substr(start, at - start));
         start = at + sep.size();
-    }
+        return true;
+    });
     pieces.push_back(s.substr(start));
     return pieces;
 }
@@ -143,27 +174,35 @@ Value find(std::string_view self, std::span<Value> args, Arbenv*) {
     std::string_view t;
     if (!string_arg(args[0], t)) return Value::failure();
     if (t.empty()) return count_result(1);
-    std::vector<std::size_t> at = occurrences(self, t, 1);
-    return count_result(at.empty() ? 0 : char_count(self.substr(0, at[0])) + 1);
+    std::size_t first = std::string_view::npos;
+    each_occurrence(self, t, [&](std::size_t at) {
+        first = at;
+        return false;
+    });
+    return count_result(first == std::string_view::npos ? 0 : char_count(self.substr(0, first)) + 1);
 }
 
 // replace(a, b): every occurrence of a, from the left, not overlapping.
-// The size is known before anything is built, so an oversized result costs
-// nothing but the search.
+// One pass counts, so an oversized result is refused before anything is
+// built; a second pass builds.
 Value replace(std::string_view self, std::span<Value> args, Arbenv* env) {
     std::string_view a, b;
     if (!string_arg(args[0], a) || !string_arg(args[1], b) || a.empty()) return Value::failure();
-    std::vector<std::size_t> at = occurrences(self, a);
-    const std::size_t size = self.size() - at.size() * a.size() + at.size() * b.size();
+    std::size_t count = 0;
+    each_occurrence(self, a, [&](std::size_t) {
+        ++count;
+        return true;
+    });
+    const std::size_t size = self.size() - count * a.size() + count * b.size();
     if (size > limits().max_string_bytes) return abort_value(env, "string too long");
     Text out;
     out.reserve(size);
     std::size_t start = 0;
-    for (std::size_t p : at) {
-        out.append(self.substr(start, p - start));
-        out.append(b);
-        start = p + a.size();
-    }
+    each_occurrence(self, a, [&](std::size_t at) {
+        out.append(self.substr(start, at - start)).append(b);
+        start = at + a.size();
+        return true;
+    });
     out.append(self.substr(start));
     return string_result(out, env);
 }

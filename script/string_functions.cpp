@@ -17,17 +17,6 @@ using lang::Value;
 
 bool is_formula(const Value& v) noexcept { return v.kind == Value::Kind::formula; }
 
-bool string_arg(const Value& v, std::string_view& out) noexcept {
-    if (v.kind != Value::Kind::object || !v.obj || v.obj->tag != obj::string) return false;
-    out = obj::text_value(v.obj.get());
-    return true;
-}
-
-Value string_result(std::string_view text, Arbenv* env) {
-    if (text.size() > limits().max_string_bytes) return abort_value(env, "string too long");
-    return Value::object_of(lang::ObjectPtr(make_string(text, "", env)));
-}
-
 Value owned_result(const OwnedText& text, Arbenv* env) {
     return text ? string_result(text.get(), env) : Value::failure();
 }

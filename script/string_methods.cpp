@@ -112,17 +112,22 @@ std::vector<std::string_view> split_pieces(std::string_view s, std::string_view 
     return pieces;
 }
 
+bool string_arg(const lang::Value& v, std::string_view& out) noexcept {
+    if (v.kind != lang::Value::Kind::object || !v.obj || v.obj->tag != obj::string) return false;
+    out = obj::text_value(v.obj.get());
+    return true;
+}
+
+lang::Value string_result(std::string_view text, Arbenv* env) {
+    if (text.size() > limits().max_string_bytes) return abort_value(env, "string too long");
+    return lang::Value::object_of(lang::ObjectPtr(make_string(text, "", env)));
+}
+
 namespace {
 
 using lang::Value;
 
 // ---- arguments and results ----
-
-bool string_arg(const Value& v, std::string_view& out) noexcept {
-    if (v.kind != Value::Kind::object || !v.obj || v.obj->tag != obj::string) return false;
-    out = obj::text_value(v.obj.get());
-    return true;
-}
 
 // A real whole number (positions and counts).
 bool whole_arg(const Value& v, std::int64_t& out) noexcept {
@@ -131,11 +136,6 @@ bool whole_arg(const Value& v, std::int64_t& out) noexcept {
         return false;
     out = static_cast<std::int64_t>(v.num.re);
     return true;
-}
-
-Value string_result(std::string_view text, Arbenv* env) {
-    if (text.size() > limits().max_string_bytes) return abort_value(env, "string too long");
-    return Value::object_of(lang::ObjectPtr(make_string(text, "", env)));
 }
 
 Value count_result(std::size_t n) { return Value::number({static_cast<double>(n), 0}); }
@@ -313,20 +313,42 @@ const StringMethod* find_string_method(std::string_view name, std::size_t arity)
 
 namespace {
 
+// The evaluated arguments; an error among them is the call's value.
+std::optional<Value> arguments(std::string_view text, Arbenv* env, std::vector<Value>& out) {
+    out = lang::evaluate_list(text, env);
+    for (const Value& a : out)
+        if (a.is_error()) return passed_on(a);
+    return std::nullopt;
+}
+
+Value run_row(std::string_view name, std::string_view self, std::span<Value> args, Arbenv* env) {
+    const StringMethod* row = find_string_method(name, args.size());
+    return row ? row->fn(self, args, env) : Value::failure();
+}
+
 // A receiver that is a formula (a free name) keeps the call as its text, as
 // a call of a function on a free name does; any other value that is not a
-// string has no methods here.
+// string has no methods here. A string held under a name is read where it
+// lies, not copied, so s.length() in a loop costs no copy of s; its
+// arguments are evaluated before it is looked up, since a block among them
+// may assign the name.
 Value call_method(const MethodText& m, std::string_view text, Arbenv* env) {
+    std::vector<Value> args;
+    const bool named = lang::scan::is_plain_name(m.receiver);
+    if (named) {
+        if (auto e = arguments(m.args, env, args)) return std::move(*e);
+        const obj::Object* o = lang::hooks().lookup ? lang::hooks().lookup(env, m.receiver)
+                                                    : obj::resolve(env, m.receiver);
+        if (o && o->tag == obj::string) return run_row(m.name, obj::text_value(o), args, env);
+    }
     Value self = lang::evaluate(m.receiver, env);
     if (self.is_error()) return passed_on(self);
     if (self.kind == Value::Kind::formula) return Value::formula_of(Text(text));
     std::string_view s;
     if (!string_arg(self, s)) return Value::failure();
-    std::vector<Value> args = lang::evaluate_list(m.args, env);
-    for (const Value& a : args)
-        if (a.is_error()) return passed_on(a);
-    const StringMethod* row = find_string_method(m.name, args.size());
-    return row ? row->fn(s, args, env) : Value::failure();
+    if (!named)
+        if (auto e = arguments(m.args, env, args)) return std::move(*e);
+    return run_row(m.name, s, args, env);
 }
 
 }  // namespace

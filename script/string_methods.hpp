@@ -37,6 +37,11 @@ bool string_method_call(std::string_view text, Arbenv* env, lang::Value* out);
 // text and number as predefined functions.
 void install_string_functions();
 
+// The bytes of a string value; false for any other value.
+bool string_arg(const lang::Value& v, std::string_view& out) noexcept;
+// A new string value; past the length bound the line is aborted instead.
+lang::Value string_result(std::string_view text, Arbenv* env);
+
 // A number text as the language reads it (decimal, 0x, 0b) with one
 // optional sign and white space around it; nothing for any other text.
 std::optional<double> number_of_text(std::string_view s);

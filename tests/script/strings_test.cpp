@@ -47,6 +47,9 @@ TEST_F(ScriptTest, StringMethods) {
         {"f(\"hi\")", "\"HI!\""},
         {"q.upper()", "q.upper()"},
         {"s", "\"h\xC3\xA9llo w\xC3\xB6rld\""},
+        // A named string is read after its arguments, which may assign it.
+        {"s.find(if:1,s=\"xxb\",\"b\";)", "3"},
+        {"s", "\"xxb\""},
     });
 }
 

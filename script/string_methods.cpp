@@ -285,7 +285,9 @@ std::size_t opener_of_last(std::string_view t) noexcept {
 
 // receiver "." name "(" arguments ")" with a plain name and a receiver.
 std::optional<MethodText> method_text(std::string_view t) {
-    if (t.size() < 5 || t.back() != ')') return std::nullopt;
+    // Every call of a user function passes here: a text without a dot is
+    // turned away before any bracket is walked.
+    if (t.size() < 5 || t.back() != ')' || t.find('.') == std::string_view::npos) return std::nullopt;
     std::size_t open = opener_of_last(t);
     if (open == std::string_view::npos || open < 3 || t[open] != '(') return std::nullopt;
     std::size_t dot = t.rfind('.', open - 1);

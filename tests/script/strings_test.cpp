@@ -176,6 +176,10 @@ TEST(Utf8, BytesThatFormNoCharacter) {
         {"\xF0\x9F\x98\x80", 1},
         {"\xFF\xFE", 2},
         {"\x80\xC3\xA9", 2},
+        // Across the eight-byte steps over ASCII.
+        {"abcdefg\xC3\xA9hijklmnop", 17},
+        {"abcdefgh\xE2\x82\xACijklmnopqrstuvw\xF0\x9F\x98\x80", 25},
+        {"abcdefghijklmno\xE2\x82", 17},
     };
     for (const Row& r : rows) EXPECT_EQ(script::char_count(r.text), r.chars) << r.text;
     using V = std::vector<std::size_t>;

@@ -7,6 +7,7 @@
 #include "grammar/scan.hpp"
 #include "script/script.hpp"
 #include "script/state.hpp"
+#include "script/string_methods.hpp"
 
 namespace ostr::script {
 namespace {
@@ -26,6 +27,7 @@ const obj::Object* lookup(Arbenv* env, std::string_view name) {
 // calls of user functions. A call of a name that is no function stays a
 // formula, as a free name does.
 bool atom(std::string_view text, Arbenv* env, lang::Value* out) {
+    if (string_method_call(text, env, out)) return true;
     std::string_view kw = block_keyword(text);
     if (!kw.empty()) {
         if (kw != "if" && kw != "for" && kw != "while" && kw != "private") return false;
@@ -65,6 +67,7 @@ void install() {
         g->table[obj::string][obj::numeric] = g->table[obj::numeric][obj::string] = string_arithmetic;
         lang::register_builtin("sigdigits(1)", sigdigits);
         install_environment_files();
+        install_string_functions();
     }
 }
 

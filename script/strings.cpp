@@ -1,6 +1,6 @@
 // String values and the object printer: strings are objects of tag 4 whose
 // value is a zero-terminated text; they print in double quotes with their
-// escapes, join with "+" and compare with "==" and "~=".
+// escapes, join with "+" and compare in byte order.
 #include <cstring>
 
 #include "script/script.hpp"
@@ -76,12 +76,20 @@ lang::Value string_arithmetic(lang::Value& l, lang::Value& r, char op, Arbenv* e
     return lang::Value::object_of(lang::ObjectPtr(make_string(a, "", env)));
 }
 
+// Order is byte order, which for UTF-8 texts is the order of the code
+// points; "|" and "&" take no strings.
 int string_compare(const lang::Value& a, const lang::Value& b, lang::ops::Cond c) {
     if (!is_string(a) || !is_string(b)) return -1;
-    bool same = obj::text_value(a.obj.get()) == obj::text_value(b.obj.get());
-    if (c == lang::ops::Cond::eq) return same;
-    if (c == lang::ops::Cond::ne) return !same;
-    return -1;
+    const int order = obj::text_value(a.obj.get()).compare(obj::text_value(b.obj.get()));
+    switch (c) {
+    case lang::ops::Cond::eq: return order == 0;
+    case lang::ops::Cond::ne: return order != 0;
+    case lang::ops::Cond::lt: return order < 0;
+    case lang::ops::Cond::gt: return order > 0;
+    case lang::ops::Cond::le: return order <= 0;
+    case lang::ops::Cond::ge: return order >= 0;
+    default: return -1;
+    }
 }
 
 int truth_text(const lang::Value& v, Arbenv* env) {

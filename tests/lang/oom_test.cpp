@@ -36,8 +36,8 @@ TEST(OutOfMemory, Expressions) {
     CountingAlloc counter(true);
     ASSERT_TRUE(CountingAlloc::routes_new());
     for (const Row& r : rows) {
-        const long points = sweep_allocations(
-            counter,
+        sweep_allocations(
+            counter, r.expression,
             [] {
                 EXPECT_TRUE(lang::initialize_globals(nullptr, 0));
                 State s{InitializeTopLevelEnvironment(), nullptr};
@@ -57,8 +57,6 @@ TEST(OutOfMemory, Expressions) {
                 TerminateEnvironment(s.env);
                 lang::terminate_globals();
             });
-        EXPECT_GT(points, 0) << r.expression;
-        ::testing::Test::RecordProperty(std::string("points: ") + r.expression, static_cast<int>(points));
         if (::testing::Test::HasFailure()) break;
     }
 }

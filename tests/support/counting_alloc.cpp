@@ -72,9 +72,11 @@ bool CountingAlloc::refused() const { return was_refused; }
 bool CountingAlloc::routes_new() {
     if (!new_counts) return false;
     const long before = live_blocks;
-    auto* probe = new int(0);
+    // Called as functions: a new-expression paired with its delete may be
+    // left out by the compiler.
+    void* probe = ::operator new(16);
     const bool counted = live_blocks == before + 1;
-    delete probe;
+    ::operator delete(probe);
     return counted;
 }
 

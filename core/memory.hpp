@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <string>
 #include <string_view>
 
@@ -46,6 +47,32 @@ void wipe(void* p, std::size_t n) noexcept;
 void free_text(char* text) noexcept;
 // A new zero-terminated heap copy, or nullptr when memory runs out.
 [[nodiscard]] char* dup_text(std::string_view text) noexcept;
+
+// The C face's one answer to memory running out inside C++: runs body and
+// answers what it answers, or `failed` when a standard container, a
+// shared_ptr or a Text could not get memory (std::bad_alloc). Every wrapper
+// of a function that can allocate that way is one call of this, so no
+// exception crosses the face; what the body made is released by the
+// unwinding itself (RAII). `undo` (optional) runs after a failure, for a
+// function whose half-built state must go as a whole.
+template <class T, class Body>
+T or_failure(T failed, Body&& body, void (*undo)() noexcept = nullptr) noexcept {
+    try {
+        return body();
+    } catch (const std::bad_alloc&) {
+        if (undo) undo();
+        return failed;
+    }
+}
+// The same for a function that answers nothing: a failure leaves what it
+// would have made unmade.
+template <class Body>
+void or_nothing(Body&& body) noexcept {
+    try {
+        body();
+    } catch (const std::bad_alloc&) {
+    }
+}
 
 struct TextDeleter {
     void operator()(char* p) const noexcept { free_text(p); }

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <new>
 
 #include "bignum/bitarray.hpp"
 #include "ostravine/envio.h"
@@ -27,6 +28,16 @@ constexpr int random_slots = 32;
 // Scopes nest environments inside objects; a damaged record could nest them
 // without end.
 constexpr int max_scope_depth = 16;
+
+// A block that memory ran out for. Writer and reader fail as a whole then
+// (the C face turns this into its failure value): a record that silently
+// lacked an object, or an environment read without one, would lose it for
+// good at the next save.
+template <class T>
+T* got(T* p) {
+    if (!p) throw std::bad_alloc();
+    return p;
+}
 
 // ---- writing ----
 
@@ -56,13 +67,16 @@ bool put_by_handler(Text& out, const obj::Object* o) {
     if (o->tag >= obj::tag_count) return false;
     obj::ValueWrite w = o->write_value ? o->write_value : obj::type_hooks().handlers[o->tag].write;
     if (!w) return false;
-    MemFile* m = persist::mem_open(64);
-    if (!m) return false;
+    struct Closer {
+        void operator()(MemFile* m) const noexcept {
+            wipe(m->data, static_cast<std::size_t>(m->size));
+            persist::mem_close(m);
+        }
+    };
+    std::unique_ptr<MemFile, Closer> m(got(persist::mem_open(64)));
     m->position = 0;
-    if (o->value) w(o->value, m, 0);
+    if (o->value) w(o->value, m.get(), 0);
     out.append(reinterpret_cast<const char*>(m->data), m->position);
-    wipe(m->data, static_cast<std::size_t>(m->size));
-    persist::mem_close(m);
     return true;
 }
 
@@ -172,8 +186,7 @@ bool get_bits(Reader& in, void*& out) {
     if (!present) return true;
     std::uint64_t bits, n;
     if (!in.get(bits) || !in.get(n) || n > in.left() / 8 || bits > n * 64) return false;
-    BitArray* a = big::make(bits);
-    if (!a) return false;
+    BitArray* a = got(big::make(bits));
     // The words the array holds for its bits; any further words of the
     // record are skipped.
     const std::uint64_t keep = a->words ? std::min(n, a->nwords) : 0;
@@ -206,39 +219,30 @@ obj::Object* make_from(std::uint32_t tag, std::string_view key, std::string_view
         if (v.size() != sizeof(Complex)) return nullptr;
         Complex c;
         std::memcpy(&c, v.data(), sizeof c);
-        return obj::make_numeric(c, key, env);
+        return got(obj::make_numeric(c, key, env));
     }
-    case obj::algebraic: return obj::make_algebraic(up_to_zero(v), key, env);
-    case obj::string: {
-        char* t = dup_text(up_to_zero(v));
-        return t ? obj::make_object(env, tag, key, t, obj::text_handlers()) : nullptr;
-    }
+    case obj::algebraic: return got(obj::make_algebraic(up_to_zero(v), key, env));
+    case obj::string: return got(obj::make_object(env, tag, key, got(dup_text(up_to_zero(v))), obj::text_handlers()));
     case obj::bignum: {
         Reader r(v);
-        auto* b = static_cast<obj::BignumValue*>(mem_alloc(sizeof(obj::BignumValue)));
-        if (!b) return nullptr;
+        auto* b = got(static_cast<obj::BignumValue*>(mem_alloc(sizeof(obj::BignumValue))));
         *b = {nullptr, nullptr, 0};
+        // Made first, so that it owns b whatever happens next; an object
+        // whose bytes do not parse is dropped.
+        obj::OwnedObject o(got(obj::make_object(env, tag, key, b, {free_bignum_value, nullptr, nullptr, nullptr})));
         std::uint64_t field;
-        if (!r.get(field) || !get_bits(r, b->mantissa) || !get_bits(r, b->exponent)) {
-            free_bignum_value(b);
-            return nullptr;
-        }
+        if (!r.get(field) || !get_bits(r, b->mantissa) || !get_bits(r, b->exponent)) return nullptr;
         b->field = static_cast<std::int64_t>(field);
-        obj::Object* o = obj::make_object(env, tag, key, b, {free_bignum_value, nullptr, nullptr, nullptr});
-        if (!o) return nullptr;
         // The object layer keeps its bignum handlers to itself; a copy of the
         // object carries them.
-        obj::Object* proper = obj::copy_object(o, env);
-        obj::free_object(o);
-        return proper;
+        return got(obj::copy_object(o.get(), env));
     }
     case obj::scoped: {
         if (depth >= max_scope_depth) return nullptr;
         Reader r(v);
         EnvPtr scope(get_env(r, env, depth + 1));
         if (!scope || r.left() != 0) return nullptr;
-        obj::Object* o = obj::make_scoped(key, env);
-        if (!o) return nullptr;
+        obj::Object* o = got(obj::make_scoped(key, env));
         obj::free_environment(static_cast<Arbenv*>(o->value));
         scope->parent_flag = 1;
         o->value = scope.release();
@@ -248,15 +252,14 @@ obj::Object* make_from(std::uint32_t tag, std::string_view key, std::string_view
         if (tag >= obj::tag_count) return nullptr;
         obj::ValueHandlers h = handlers_of(tag);
         if (!h.read) return nullptr;
-        MemFile* m = persist::mem_open(static_cast<std::int32_t>(std::max<std::size_t>(v.size(), 1)));
-        if (!m) return nullptr;
+        MemFile* m = got(persist::mem_open(static_cast<std::int32_t>(std::max<std::size_t>(v.size(), 1))));
         if (!v.empty()) std::memcpy(m->data, v.data(), v.size());
         m->size = static_cast<std::int32_t>(v.size());
         m->position = 0;
         void* value = v.empty() ? nullptr : h.read(m, 0);
         wipe(m->data, v.size());
         persist::mem_close(m);
-        return obj::make_object(env, tag, key, value, h);
+        return got(obj::make_object(env, tag, key, value, h));
     }
     }
 }
@@ -280,16 +283,16 @@ bool get_table(Reader& in, obj::ObjectTable& table, Arbenv* env, int depth) {
         // An object is never deeper than the environment that holds it.
         o->level = std::clamp(level, 0, env->level);
         // Records come sorted by key, so each lands at the end of the table.
+        obj::OwnedObject owned(o);
         const std::size_t before = table.size();
         table.try_emplace(table.end(), Text(key), o);
-        if (table.size() == before) obj::free_object(o);
+        if (table.size() != before) owned.release();
     }
     return true;
 }
 
 Arbenv* get_env(Reader& in, Arbenv* parent, int depth) {
-    EnvPtr env(obj::make_environment(parent));
-    if (!env) return nullptr;
+    EnvPtr env(got(obj::make_environment(parent)));
     std::int32_t digits, seed;
     std::uint8_t history_flag;
     std::uint32_t history;
@@ -341,8 +344,16 @@ void write_environment(const Arbenv* env, void* stream, std::int32_t mode) {
     Text body;
     write_body(env, body);
     if (body.size() > INT32_MAX) return;
+    auto* m = mode == 1 ? nullptr : static_cast<MemFile*>(stream);
+    const std::uint32_t start = m ? m->position : 0;
     out.put_u32(static_cast<std::uint32_t>(body.size()));
     out.put_block(body.data(), body.size());
+    // A memory stream that could not grow took only part of the record: it
+    // is taken back, so the stream holds the whole record or none of it.
+    if (m && m->position - start != 4 + body.size()) {
+        wipe(m->data + start, m->position - start);
+        m->position = start;
+    }
 }
 
 Arbenv* read_environment(void* stream, std::int32_t mode, bool restore_random) {
@@ -356,19 +367,16 @@ Arbenv* read_environment(void* stream, std::int32_t mode, bool restore_random) {
 
 std::size_t merge_into(Arbenv* into, Arbenv* from) {
     std::size_t moved = 0;
+    // Entries move whole, without allocating, so a merge never stops halfway.
     auto move_table = [&](obj::ObjectTable& src, obj::ObjectTable& dst) {
-        obj::ObjectTable taken;
-        taken.swap(src);
-        for (auto& [name, o] : taken) {
+        while (!src.empty()) {
+            auto entry = src.extract(src.begin());
+            obj::Object* o = entry.mapped();
             o->env = into;
             o->members->abort_text = &into->abort_text;
             o->level = into->level;
             if (o->tag == obj::scoped && o->value) static_cast<Arbenv*>(o->value)->parent = into;
-            auto [it, fresh] = dst.try_emplace(name, o);
-            if (!fresh) {
-                obj::free_object(it->second);
-                it->second = o;
-            }
+            obj::put(dst, std::move(entry));
             ++moved;
         }
     };
@@ -384,14 +392,16 @@ std::size_t merge_into(Arbenv* into, Arbenv* from) {
 extern "C" {
 
 void writeArbenv(void* env, void* stream, int32_t mode) noexcept {
-    ostr::envio::write_environment(static_cast<const Arbenv*>(env), stream, mode);
+    ostr::or_nothing([&] { ostr::envio::write_environment(static_cast<const Arbenv*>(env), stream, mode); });
 }
 
 void* readTopArbenv(void* stream, int32_t mode) noexcept {
-    return ostr::envio::read_environment(stream, mode, true);
+    return ostr::or_failure<void*>(nullptr, [&] { return ostr::envio::read_environment(stream, mode, true); });
 }
 
-void* copyArbenv(void* env) noexcept { return env ? ostr::obj::copy_environment_value(env) : nullptr; }
+void* copyArbenv(void* env) noexcept {
+    return env ? ostr::or_failure<void*>(nullptr, [&] { return ostr::obj::copy_environment_value(env); }) : nullptr;
+}
 
 void freeArbenv(void* env) noexcept { ostr::obj::free_environment_value(env); }
 

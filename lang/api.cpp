@@ -8,7 +8,7 @@ extern "C" {
 char* ArbevalExpression(const char* text, Arbenv* env) noexcept {
     using namespace ostr::lang;
     if (!text || !env) return ostr::dup_text(error_word(Error::invalid_expression));
-    return ostr::dup_text(display(evaluate(text, env), env->significant_digits));
+    return ostr::or_failure<char*>(nullptr, [&] { return ostr::dup_text(display(evaluate(text, env), env->significant_digits)); });
 }
 
 }

@@ -41,22 +41,16 @@ class Bound {
 public:
     Bound(const Call& call, std::string_view name, std::string_view expression)
         : call_(call), expression_(expression) {
-        State& s = state();
-        if (s.numeric_calls++ == 0) s.samples_taken = 0;
         Arbenv* root = call.env;
         while (root->parent) root = root->parent;
         root_ = root;
         if (!scan::is_plain_name(name) || globals()->builtins.count(name)) return;
-        scope_ = obj::make_environment(call.env);
+        scope_.reset(obj::make_environment(call.env));
         if (!scope_) return;
-        obj::Object* o = obj::make_numeric({0, 0}, name, scope_);
+        obj::Object* o = obj::make_numeric({0, 0}, name, scope_.get());
         if (!o) return;
-        obj::store(scope_, o);
+        obj::store(scope_.get(), o);
         variable_ = static_cast<Complex*>(o->value);
-    }
-    ~Bound() {
-        --state().numeric_calls;
-        if (scope_) obj::free_environment(scope_);
     }
     Bound(const Bound&) = delete;
     Bound& operator=(const Bound&) = delete;
@@ -77,7 +71,7 @@ public:
             return s;
         }
         *variable_ = {x, 0};
-        Value v = evaluate(expression_, scope_);
+        Value v = evaluate(expression_, scope_.get());
         switch (as_number(v, &s.z)) {
         case Args::numbers: break;
         case Args::formula: s.stop = Value::formula_of(Text(call_.text)); break;
@@ -87,10 +81,22 @@ public:
     }
 
 private:
+    // Counts this call among those under way for as long as it lives,
+    // however the constructor or the call ends.
+    struct Active {
+        Active() noexcept {
+            State& s = state();
+            if (s.numeric_calls++ == 0) s.samples_taken = 0;
+        }
+        ~Active() { --state().numeric_calls; }
+        Active(const Active&) = delete;
+        Active& operator=(const Active&) = delete;
+    };
+    Active active_;
     const Call& call_;
     std::string_view expression_;
     Arbenv* root_ = nullptr;
-    Arbenv* scope_ = nullptr;
+    obj::OwnedEnvironment scope_;
     Complex* variable_ = nullptr;
 };
 

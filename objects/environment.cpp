@@ -9,6 +9,7 @@
 #include <ctime>
 #include <new>
 #include <numbers>
+#include <utility>
 
 namespace ostr::obj {
 namespace {
@@ -27,7 +28,7 @@ bool copy_table(const ObjectTable& from, ObjectTable& to, Arbenv* env) {
     for (const auto& [name, object] : from) {
         Object* copy = copy_object(object, env);
         if (!copy) return false;
-        to.emplace(name, copy);
+        put(to, name, copy);
     }
     return true;
 }
@@ -39,9 +40,9 @@ std::span<const DefaultAssignment> default_assignments() noexcept { return defau
 EnvironmentHooks& environment_hooks() { return core::part_of<EnvironmentHooks, core::objects_slot>(); }
 
 Arbenv* make_fresh_top_level() {
-    Arbenv* env = make_top_level();
-    if (env && environment_hooks().fresh_top_level) environment_hooks().fresh_top_level(env);
-    return env;
+    OwnedEnvironment env(make_top_level());
+    if (env && environment_hooks().fresh_top_level) environment_hooks().fresh_top_level(env.get());
+    return env.release();
 }
 
 void clear_table(ObjectTable& table) noexcept {
@@ -73,16 +74,16 @@ std::int32_t clock_seed(double seconds) noexcept {
 }
 
 Arbenv* make_top_level() {
-    Arbenv* env = allocate_environment();
+    OwnedEnvironment env(allocate_environment());
     if (!env) return nullptr;
     env->placeholders = std::make_unique<ObjectTable>();
     env->random_seed = clock_seed(static_cast<double>(std::time(nullptr)));
-    restore_defaults(env);
-    return env;
+    restore_defaults(env.get());
+    return env.release();
 }
 
 Arbenv* copy_environment(const Arbenv* s, Arbenv* parent) {
-    Arbenv* env = make_environment(parent);
+    OwnedEnvironment env(make_environment(parent));
     if (!env) return nullptr;
     env->parent_flag = s->parent_flag;
     env->level = s->level;
@@ -91,21 +92,20 @@ Arbenv* copy_environment(const Arbenv* s, Arbenv* parent) {
     env->abort_text = s->abort_text;
     env->significant_digits = s->significant_digits;
     env->random_seed = s->random_seed;
-    if (!copy_table(s->objects, env->objects, env) || !copy_table(s->functions, env->functions, env) ||
-        !copy_table(s->classes, env->classes, env) || !copy_table(s->statics, env->statics, env)) {
-        free_environment(env);
+    Arbenv* e = env.get();
+    if (!copy_table(s->objects, e->objects, e) || !copy_table(s->functions, e->functions, e) ||
+        !copy_table(s->classes, e->classes, e) || !copy_table(s->statics, e->statics, e))
         return nullptr;
-    }
-    return env;
+    return env.release();
 }
 
 void free_environment_value(void* env) { free_environment(static_cast<Arbenv*>(env)); }
 
 void* copy_environment_value(void* value) {
     auto* source = static_cast<const Arbenv*>(value);
-    Arbenv* env = copy_environment(source, source->parent);
+    OwnedEnvironment env(copy_environment(source, source->parent));
     if (env && source->placeholders) env->placeholders = std::make_unique<ObjectTable>();
-    return env;
+    return env.release();
 }
 
 void free_environment(Arbenv* env) noexcept {
@@ -119,23 +119,36 @@ void free_environment(Arbenv* env) noexcept {
     mem_free(env);
 }
 
+// A default that cannot be made is memory running out, which fails the
+// whole environment rather than leaving it without pi.
 void restore_defaults(Arbenv* env) {
-    for (const auto& d : defaults)
-        if (Object* o = make_numeric({d.value, 0.0}, d.name, env)) store(env, o);
+    for (const auto& d : defaults) {
+        Object* o = make_numeric({d.value, 0.0}, d.name, env);
+        if (!o) throw std::bad_alloc();
+        store(env, o);
+    }
 }
 
 void store(Arbenv* env, Object* object) {
-    std::string_view name = object->name ? object->name : "";
     object->env = env;
     object->members->abort_text = &env->abort_text;
-    auto it = env->objects.find(name);
-    if (it != env->objects.end()) {
-        Object* old = it->second;
-        it->second = object;
-        free_object(old);
+    put(env->objects, object->name ? object->name : "", object);
+}
+
+void put(ObjectTable& table, std::string_view name, Object* object) {
+    auto it = table.find(name);
+    if (it != table.end()) {
+        free_object(std::exchange(it->second, object));
         return;
     }
-    env->objects.emplace(Text(name), object);
+    OwnedObject owned(object);
+    table.emplace(Text(name), object);
+    owned.release();
+}
+
+void put(ObjectTable& table, ObjectTable::node_type entry) noexcept {
+    auto r = table.insert(std::move(entry));
+    if (!r.inserted) free_object(std::exchange(r.position->second, r.node.mapped()));
 }
 
 Object* find(const Arbenv* env, std::string_view name) noexcept {

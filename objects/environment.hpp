@@ -61,6 +61,11 @@ namespace ostr::obj {
 [[nodiscard]] Arbenv* copy_environment(const Arbenv* source, Arbenv* parent);
 void free_environment(Arbenv* env) noexcept;
 
+struct EnvironmentDeleter {
+    void operator()(Arbenv* env) const noexcept { free_environment(env); }
+};
+using OwnedEnvironment = std::unique_ptr<Arbenv, EnvironmentDeleter>;
+
 // The free and copy handlers of an environment as a typed-tree value
 // ("arbeval_environment"); a copy of a top-level environment is top level.
 void free_environment_value(void* env);
@@ -70,7 +75,8 @@ void* copy_environment_value(void* env);
 // time in seconds, taken as a 32-bit integer.
 std::int32_t clock_seed(double seconds) noexcept;
 
-// Stores pi and e (replacing objects of those names).
+// Stores pi and e (replacing objects of those names); throws std::bad_alloc
+// when memory runs out.
 void restore_defaults(Arbenv* env);
 // The default assignments as (name, value) rows.
 struct DefaultAssignment {
@@ -80,8 +86,16 @@ struct DefaultAssignment {
 std::span<const DefaultAssignment> default_assignments() noexcept;
 
 // Ownership passes to the environment; an object of the same name is freed.
-// The object's name is its key.
+// The object's name is its key. When memory runs out the object is freed
+// and the table is as it was.
 void store(Arbenv* env, Object* object);
+// The same for any table: object goes in under name, replacing (and
+// freeing) one of that name, or is freed when the table cannot grow.
+void put(ObjectTable& table, std::string_view name, Object* object);
+// Moves an entry taken out of another table (extract) in, under its key,
+// replacing (and freeing) an object of that name. Allocates nothing, so a
+// move of many entries cannot stop halfway for want of memory.
+void put(ObjectTable& table, ObjectTable::node_type entry) noexcept;
 // The object of that name in this environment, or null.
 Object* find(const Arbenv* env, std::string_view name) noexcept;
 // The object of that name here or in an enclosing environment, or null.

@@ -4,10 +4,12 @@
 
 extern "C" {
 
-Arbenv* InitializeTopLevelEnvironment() noexcept { return ostr::obj::make_fresh_top_level(); }
+Arbenv* InitializeTopLevelEnvironment() noexcept {
+    return ostr::or_failure<Arbenv*>(nullptr, ostr::obj::make_fresh_top_level);
+}
 
 void RestoreDefaultAssignments(Arbenv* env) noexcept {
-    if (env) ostr::obj::restore_defaults(env);
+    if (env) ostr::or_nothing([&] { ostr::obj::restore_defaults(env); });
 }
 
 void TerminateEnvironment(Arbenv* env) noexcept { ostr::obj::free_environment(env); }

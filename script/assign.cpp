@@ -107,12 +107,8 @@ Text define(std::string_view name, std::string_view left, std::string_view right
     def += substitute(right, env);
     obj::Object* f = obj::make_algebraic(def, name, env);
     if (!f) return Text(lang::error_word(lang::Error::invalid_expression));
-    auto [it, fresh] = env->functions.emplace(Text(name), f);
-    if (!fresh) {
-        f->level = it->second->level;
-        obj::free_object(it->second);
-        it->second = f;
-    }
+    if (auto it = env->functions.find(name); it != env->functions.end()) f->level = it->second->level;
+    obj::put(env->functions, name, f);
     return {};
 }
 

@@ -66,11 +66,12 @@ Element classify(std::string_view t) {
         e.kind = Kind::block;
         // Nested blocks are analysed with their parent, a bounded number of
         // levels deep; deeper ones wait until they run.
-        int& depth = state().analysis_depth;
-        if (depth < max_analysis_depth && cacheable(t, max_cached_text)) {
-            ++depth;
+        if (state().analysis_depth < max_analysis_depth && cacheable(t, max_cached_text)) {
+            struct Deeper {
+                Deeper() { ++state().analysis_depth; }
+                ~Deeper() { --state().analysis_depth; }
+            } deeper;
             e.block = shape_of(t, true);
-            --depth;
         }
     } else {
         if (t == "else") e.kind = Kind::else_;
@@ -157,7 +158,7 @@ Status run_list(const std::vector<Element>& el, std::size_t from, std::size_t to
 // The objects made while an "if" branch ran are released when it ends;
 // "return" is exempt, since it carries the value out of the branch (and out
 // of a function body made of an "if").
-void release_level(Arbenv* env, std::int32_t level) {
+void release_level(Arbenv* env, std::int32_t level) noexcept {
     for (auto it = env->objects.begin(); it != env->objects.end();) {
         obj::Object* o = it->second;
         if (o->level == level && it->first != "return") {
@@ -169,12 +170,25 @@ void release_level(Arbenv* env, std::int32_t level) {
     }
 }
 
+// A branch runs one level up; the level comes down and its objects go on
+// every way out, a failure for want of memory included.
+class Branch {
+public:
+    explicit Branch(Arbenv* env) noexcept : env_(env) { ++env->level; }
+    ~Branch() {
+        release_level(env_, env_->level);
+        --env_->level;
+    }
+    Branch(const Branch&) = delete;
+    Branch& operator=(const Branch&) = delete;
+
+private:
+    Arbenv* env_;
+};
+
 Status run_branch(const std::vector<Element>& el, std::size_t from, std::size_t to, Arbenv* env) {
-    ++env->level;
-    Status s = run_list(el, from, to, env);
-    release_level(env, env->level);
-    --env->level;
-    return s;
+    Branch branch(env);
+    return run_list(el, from, to, env);
 }
 
 // Any element can stand as a condition; one that is not an expression
@@ -225,22 +239,21 @@ Status loop(const Shape& s, Arbenv* env) {
 
 // Objects and user functions made in a loop's temporary scope move into
 // the top-level environment when the loop ends; an object that replaces
-// one there keeps that one's level.
-void move_back(Arbenv* scope, Arbenv* top) {
-    obj::ObjectTable objects, functions;
-    objects.swap(scope->objects);
-    functions.swap(scope->functions);
-    for (auto& [name, o] : objects) {
-        if (obj::Object* old = obj::find(top, name)) o->level = old->level;
-        obj::store(top, o);
+// one there keeps that one's level. The entries move whole (no allocation),
+// so the move cannot stop halfway.
+void move_back(Arbenv* scope, Arbenv* top) noexcept {
+    while (!scope->objects.empty()) {
+        auto entry = scope->objects.extract(scope->objects.begin());
+        obj::Object* o = entry.mapped();
+        if (obj::Object* old = obj::find(top, entry.key())) o->level = old->level;
+        o->env = top;
+        o->members->abort_text = &top->abort_text;
+        obj::put(top->objects, std::move(entry));
     }
-    for (auto& [name, f] : functions) {
-        f->env = top;
-        auto [it, fresh] = top->functions.emplace(name, f);
-        if (!fresh) {
-            obj::free_object(it->second);
-            it->second = f;
-        }
+    while (!scope->functions.empty()) {
+        auto entry = scope->functions.extract(scope->functions.begin());
+        entry.mapped()->env = top;
+        obj::put(top->functions, std::move(entry));
     }
 }
 
@@ -268,7 +281,12 @@ Status run_shape(const Shape& shape, Arbenv* env) {
     DepthGuard depth(env);
     if (!depth.ok()) return Status::failed;
     const Shape* s = &shape;
-    std::uint8_t history = env->history_flag;
+    // Blocks record no history; the flag comes back on every way out.
+    struct Silent {
+        Arbenv* env;
+        std::uint8_t flag;
+        ~Silent() { env->history_flag = flag; }
+    } silent{env, env->history_flag};
     env->history_flag = 0;
     Status st = Status::done;
     switch (s->keyword) {
@@ -278,7 +296,6 @@ Status run_shape(const Shape& shape, Arbenv* env) {
     case Keyword::none:
     case Keyword::other: break;
     }
-    env->history_flag = history;
     return aborted(env) ? Status::failed : st;
 }
 

@@ -141,10 +141,9 @@ lang::Value import_command(std::span<lang::Value> args, Arbenv* env) {
     if (!file_name(args[0], name)) return lang::Value::failure();
     File f = open_for_reading(name);
     if (!f) return lang::Value::failure(lang::Error::invalid_object);
-    Arbenv* loaded = envio::read_environment(f.get(), 1, false);
+    obj::OwnedEnvironment loaded(envio::read_environment(f.get(), 1, false));
     if (!loaded) return lang::Value::failure(lang::Error::invalid_object);
-    const std::size_t n = envio::merge_into(obj::top_level_of(env), loaded);
-    obj::free_environment(loaded);
+    const std::size_t n = envio::merge_into(obj::top_level_of(env), loaded.get());
     return lang::Value::number({static_cast<double>(n), 0.0});
 }
 

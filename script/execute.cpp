@@ -101,12 +101,50 @@ int block_depth(std::string_view t) {
 }
 
 // End of a top-level line: the placeholders and the "return" scratch of
-// the line are released.
-void housekeeping(Arbenv* env) {
-    Arbenv* top = obj::top_level_of(env);
-    if (top->placeholders) obj::clear_table(*top->placeholders);
-    obj::remove(top, "return");
-}
+// the line are released, however the line ends (memory running out
+// unwinds through here too).
+class LineEnd {
+public:
+    LineEnd(Arbenv* env, bool top_level) noexcept : env_(top_level ? env : nullptr) {}
+    ~LineEnd() {
+        if (!env_) return;
+        Arbenv* top = obj::top_level_of(env_);
+        if (top->placeholders) obj::clear_table(*top->placeholders);
+        obj::remove(top, "return");
+    }
+    LineEnd(const LineEnd&) = delete;
+    LineEnd& operator=(const LineEnd&) = delete;
+
+private:
+    Arbenv* env_;
+};
+
+// Nested runs record into a scratch history; the list that was set aside
+// comes back on every way out of the line, so a line that fails for want
+// of memory loses none of it.
+class SetAside {
+public:
+    explicit SetAside(Arbenv* env) : env_(env), flag_(env->history_flag) {
+        if (!flag_) return;
+        std::vector<obj::HistoryEntry> scratch(2);
+        env->history.swap(scratch);
+        saved_.swap(scratch);
+    }
+    ~SetAside() { restore(); }
+    SetAside(const SetAside&) = delete;
+    SetAside& operator=(const SetAside&) = delete;
+    void restore() noexcept {
+        if (flag_ && !restored_) env_->history.swap(saved_);
+        env_->history_flag = flag_;
+        restored_ = true;
+    }
+
+private:
+    Arbenv* env_;
+    std::uint8_t flag_;
+    bool restored_ = false;
+    std::vector<obj::HistoryEntry> saved_;
+};
 
 }  // namespace
 
@@ -162,6 +200,7 @@ Text run_script(std::string_view text, Arbenv* env, bool top_level) {
         env->abort_text.clear();
         start_line();
     }
+    LineEnd end(env, top_level);
     Text result;
     Text work;
     if (!normalise(text, env, work) || !lang::scan::syntax_ok(work)) {
@@ -172,22 +211,12 @@ Text run_script(std::string_view text, Arbenv* env, bool top_level) {
         abort(env, "nesting too deep");
         result = failure(text, env);
     } else {
-        // Nested runs record into a scratch history; only this call's
-        // script and answer reach the list that was set aside.
-        std::uint8_t history = env->history_flag;
-        std::vector<obj::HistoryEntry> saved;
-        if (history) {
-            saved.swap(env->history);
-            env->history.assign(2, obj::HistoryEntry{});
-        }
+        // Only this call's script and answer reach the list set aside.
+        SetAside aside(env);
         result = run_statement(work, env);
-        if (history) {
-            env->history.swap(saved);
-            env->history.push_back({Text(text), result});
-        }
-        env->history_flag = history;
+        aside.restore();
+        if (env->history_flag) env->history.push_back({Text(text), result});
     }
-    if (top_level) housekeeping(env);
     return result;
 }
 

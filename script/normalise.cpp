@@ -119,7 +119,7 @@ Text lift_string(std::string_view content, Arbenv* env) {
     name += '\xFF';
     obj::Object* o = make_string(content, name, obj::top_level_of(env));
     if (!o) return {};
-    table.emplace(name, o);
+    obj::put(table, name, o);
     return name;
 }
 

@@ -1,29 +1,20 @@
-// Reading a formula text into the working tree, cut exactly as the evaluator cuts it.
-// One bracket-pairing pass first; every later scan jumps over bracketed groups.
+// Reading a formula text into the working tree: the grammar's reader gives the
+// expression tree, exactly as the evaluator cuts the text, and the working tree is
+// built from it through the simplifying constructors.
 #include <cstddef>
 #include <string_view>
 #include <vector>
 
-#include "formula/formula_number.hpp"
 #include "formula/formula_tree.hpp"
+#include "grammar/scan.hpp"
+#include "grammar/tree.hpp"
 
 namespace ostr::formula::detail {
 namespace {
 
-constexpr std::string_view openers = "(:[";
-constexpr std::string_view closers = ");]";
-// A "+" or "-" right after one of these is a sign, not an operator.
-constexpr std::string_view sign_makers = "+-*/^(=[:~&|<>@#,";
-// Depth-zero characters that make a text a condition, a list or a string, which the
-// evaluator reads before any arithmetic split.
-constexpr std::string_view non_arithmetic = "<>=&|~,\"";
-constexpr std::size_t none = static_cast<std::size_t>(-1);
+using G = grammar::Kind;
 
-bool has(std::string_view set, char c) { return set.find(c) != std::string_view::npos; }
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
-bool is_name_char(char c) {
-    return is_digit(c) || c == '_' || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
 
 // Optional "-", digits with at most one point, optional exponent: a literal that can be
 // written back as it stands.
@@ -40,167 +31,101 @@ bool plain_decimal(std::string_view t) {
     return k == t.size();
 }
 
-// Whole numbers of up to 15 digits are read here; they are most of the numbers in
-// formulas and need no copy for strtod.
-bool literal(std::string_view t, double* v) {
-    if (!t.empty() && t.size() <= 15) {
-        double x = 0;
-        std::size_t k = 0;
-        while (k < t.size() && is_digit(t[k])) x = 10 * x + (t[k++] - '0');
-        if (k == t.size()) {
-            *v = x;
-            return true;
-        }
-    }
-    return read_number(t, v);
-}
-
-class Reader {
+class Builder {
 public:
-    explicit Reader(std::string_view s) : s_(s), match_(s.size(), none) { pair_brackets(); }
+    Builder(const grammar::Tree& tree, std::string_view text) : t_(tree), s_(text) {}
 
-    Node read() {
-        if (!balanced_) return atom(0, s_.size(), true);
-        return read(0, s_.size(), 0);
+    Node build(std::uint32_t index) const {
+        const grammar::Node& n = t_[index];
+        switch (n.kind) {
+            case G::empty:
+                return number(0);
+            case G::number: {
+                Node x = number(n.value);
+                if (plain_decimal(span(n))) x.text = span(n);
+                return x;
+            }
+            case G::negate:
+                return negated(build(t_.kid(n, 0)));
+            case G::fold:
+                return fold(n);
+            // What the evaluator does not compute by arithmetic is kept whole, and
+            // bracketed wherever it stands as an operand.
+            case G::failure:
+            case G::deep:
+            case G::condition:
+            case G::postfix:
+                return atom(span(n), true);
+            case G::name:
+            case G::call:
+            case G::index:
+            case G::member:
+            case G::method:
+            case G::atom:
+                return atom(span(n), false);
+        }
+        return atom(span(n), true);
     }
 
 private:
+    const grammar::Tree& t_;
     std::string_view s_;
-    std::vector<std::size_t> match_;  // an opener's closer; none elsewhere
-    bool balanced_ = true;
 
-    void pair_brackets() {
-        std::vector<std::size_t> open;
-        for (std::size_t k = 0; k < s_.size(); ++k) {
-            if (has(openers, s_[k])) {
-                open.push_back(k);
-            } else if (auto c = closers.find(s_[k]); c != std::string_view::npos) {
-                if (open.empty() || s_[open.back()] != openers[c]) {
-                    balanced_ = false;
-                    return;
-                }
-                match_[open.back()] = k;
-                open.pop_back();
-            }
-        }
-        balanced_ = open.empty();
-    }
+    std::string_view span(const grammar::Node& n) const { return s_.substr(n.begin, n.end - n.begin); }
 
-    // Calls f(k) for every position in [b, e) at bracket depth zero, brackets excluded.
-    template <class F>
-    void scan(std::size_t b, std::size_t e, F f) const {
-        for (std::size_t k = b; k < e; ++k) {
-            if (match_[k] != none)
-                k = match_[k];
-            else
-                f(k);
-        }
-    }
-
-    // The E of a number's exponent: digits (with points) before it, not part of a name.
-    bool mantissa_before(std::size_t epos) const {
-        std::size_t q = epos;
-        bool digits = false;
-        while (q > 0 && (is_digit(s_[q - 1]) || s_[q - 1] == '.')) digits |= is_digit(s_[--q]);
-        return digits && (q == 0 || !is_name_char(s_[q - 1]));
-    }
-
-    bool binary_sign(std::size_t k) const {
-        char c = s_[k - 1];
-        if (has(sign_makers, c)) return false;
-        return !((c == 'e' || c == 'E') && mantissa_before(k - 1));
-    }
-
-    Node atom(std::size_t b, std::size_t e, bool opaque) const {
+    // A name such as 2e would join a following sign into an exponent (2e-1).
+    static Node atom(std::string_view t, bool opaque) {
         Node n;
         n.kind = Kind::atom;
-        n.text = s_.substr(b, e - b);
-        char last = s_[e - 1];
-        // A postfix operand or a dangling mantissa ("2e") would change meaning next to a sign.
-        n.opaque = opaque || last == '!' || last == '\'' ||
-                   ((last == 'e' || last == 'E') && mantissa_before(e - 1));
+        n.text = t;
+        n.opaque = opaque || (!t.empty() && (t.back() == 'e' || t.back() == 'E') && lang::scan::exponent_sign(t, t.size()));
         return n;
     }
 
-    // Pieces of [b, e) between the given cut positions; flag says which cuts invert.
-    std::vector<Item> pieces(std::size_t b, std::size_t e, const std::vector<std::size_t>& cuts,
-                             char inverting, int depth) const {
-        std::vector<Item> items;
-        items.reserve(cuts.size() + 1);
-        std::size_t start = b;
-        bool inverse = false;
-        for (std::size_t k : cuts) {
-            items.push_back({inverse, read(start, k, depth + 1)});
-            inverse = s_[k] == inverting;
-            start = k + 1;
+    // The pieces of a chain as items: a piece after `inverting` is subtracted or
+    // divided. A piece that is itself the chain of the level's other operator (a-b
+    // in a-b+c, a/b in a/b*c) is taken apart into the same list, so a sum or a
+    // product is built from all its terms or factors at once.
+    void items(const grammar::Node& n, char inverting, char nested, bool inverse, std::vector<Item>& out) const {
+        for (std::uint32_t k = 0; k < n.count; ++k) {
+            const grammar::Node& piece = t_[t_.kid(n, k)];
+            std::uint32_t b = k == 0 ? n.begin : t_.cut(n, k) + 1;
+            std::uint32_t e = k + 1 == n.count ? n.end : t_.cut(n, k + 1);
+            bool inv = k == 0 ? inverse : s_[t_.cut(n, k)] == inverting;
+            if (piece.kind == G::fold && piece.op == nested && piece.begin == b && piece.end == e)
+                items(piece, inverting, 0, inv, out);
+            else
+                out.push_back({inv, build(t_.kid(n, k))});
         }
-        items.push_back({inverse, read(start, e, depth + 1)});
-        return items;
     }
 
-    // The evaluator's order: number, then condition, then the split (after the leading
-    // signs): every binary + and -, else every * and /, else the ^ chain from the right.
-    // Cutting at all operators of a level at once gives the same grouping as its
-    // repeated rightmost cuts, and keeps long sums and products off the stack.
-    Node read(std::size_t b, std::size_t e, int depth) const {
-        if (b >= e) return number(0);
-        if (depth > max_depth) return atom(b, e, true);
-        double v = 0;
-        if (std::string_view t = s_.substr(b, e - b); literal(t, &v)) {
-            Node n = number(v);
-            if (plain_decimal(t)) n.text = t;
-            return n;
-        }
-        bool condition = s_[b] == '~';
-        scan(b, e, [&](std::size_t k) { condition |= has(non_arithmetic, s_[k]); });
-        if (condition) return atom(b, e, true);
-
-        std::size_t p = b;
-        while (p < e && (s_[p] == '+' || s_[p] == '-')) ++p;
-        std::vector<std::size_t> adds, muls, pows;
-        scan(p, e, [&](std::size_t k) {
-            char c = s_[k];
-            if ((c == '+' || c == '-') && binary_sign(k)) adds.push_back(k);
-            if (c == '*' || c == '/') muls.push_back(k);
-            if (c == '^') pows.push_back(k);
-        });
-        if (!adds.empty()) return make_sum(pieces(b, e, adds, '-', depth));
-        if (!muls.empty()) return make_product(pieces(b, e, muls, '/', depth));
-        if (!pows.empty()) {
-            std::vector<Item> chain = pieces(b, e, pows, 0, depth);
-            Node acc = std::move(chain.back().node);
-            for (std::size_t i = chain.size() - 1; i-- > 0;)
-                acc = make_power(std::move(chain[i].node), std::move(acc));
-            return acc;
-        }
-        return normalised(b, e, depth);
-    }
-
-    // Leading signs and enclosing parentheses come off; what remains is read again.
-    Node normalised(std::size_t b, std::size_t e, int depth) const {
-        bool negative = false;
-        std::size_t q = b, f = e;
-        for (;;) {
-            if (q < f && s_[q] == '-') {
-                negative = !negative;
-                ++q;
-            } else if (q < f && s_[q] == '+') {
-                ++q;
-            } else if (q < f && s_[q] == '(' && match_[q] == f - 1) {
-                ++q;
-                --f;
-            } else {
-                break;
+    Node fold(const grammar::Node& n) const {
+        std::vector<Item> list;
+        list.reserve(n.count);
+        switch (n.op) {
+            case '+':
+            case '-':
+                items(n, '-', n.op == '+' ? '-' : 0, false, list);
+                return make_sum(std::move(list));
+            case '*':
+            case '/':
+                items(n, '/', n.op == '*' ? '/' : 0, false, list);
+                return make_product(std::move(list));
+            default: {
+                // a^b^c is a^(b^c).
+                Node acc = build(t_.kid(n, n.count - 1));
+                for (std::uint32_t k = n.count - 1; k-- > 0;) acc = make_power(build(t_.kid(n, k)), std::move(acc));
+                return acc;
             }
         }
-        if (q == b && f == e) return atom(b, e, false);
-        Node inner = read(q, f, depth + 1);
-        return negative ? negated(std::move(inner)) : inner;
     }
 };
 
 }  // namespace
 
-Node parse(std::string_view text) { return Reader(text).read(); }
+Node parse(std::string_view text) {
+    grammar::Tree tree = grammar::read(text, max_depth);
+    return Builder(tree, text).build(tree.root);
+}
 
 }  // namespace ostr::formula::detail

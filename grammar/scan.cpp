@@ -157,9 +157,11 @@ Found find_last(std::string_view t, std::string_view token, Jumps jumps) {
 
 bool is_sign(std::string_view t, std::size_t pos) {
     if (pos == 0) return true;
-    char before = t[pos - 1];
-    if (in(ops::sign_after, before)) return true;
-    if ((before != 'E' && before != 'e') || pos < 2) return false;
+    return in(ops::sign_after, t[pos - 1]) || exponent_sign(t, pos);
+}
+
+bool exponent_sign(std::string_view t, std::size_t pos) {
+    if (pos < 2 || pos > t.size() || (t[pos - 1] != 'E' && t[pos - 1] != 'e')) return false;
     // An exponent sign follows a mantissa: digits with at most one point,
     // standing at the start or after a delimiter (so x2e-1 is a name minus 1).
     std::size_t j = pos - 1, digits = 0, points = 0;
@@ -169,6 +171,11 @@ bool is_sign(std::string_view t, std::size_t pos) {
     }
     if (digits == 0 || points > 1) return false;
     return j == 0 || in(ops::delimiters, t[j - 1]);
+}
+
+std::size_t name_start(std::string_view t, std::size_t end) {
+    while (end > 0 && name_byte(t[end - 1])) --end;
+    return end;
 }
 
 std::size_t find_additive(std::string_view t, char sign, Jumps jumps) {

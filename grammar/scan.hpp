@@ -49,6 +49,16 @@ Found find_last(std::string_view text, std::string_view token, Jumps jumps = {})
 // operator: it stands at the start, after a character of ops::sign_after,
 // or it is the sign of an exponent (1.5E-3, 2e+10).
 bool is_sign(std::string_view text, std::size_t pos);
+// True when the "+" or "-" at `pos` is the sign of an exponent: it follows
+// an "E" or "e" after a mantissa (digits with at most one point) that starts
+// the text or follows a delimiter. The one exponent rule of the grammar; a
+// formula printer asks it too, so that a name such as 2e is bracketed
+// before a sign exactly when the sign would otherwise join it.
+bool exponent_sign(std::string_view text, std::size_t pos);
+
+// Start of the run of name bytes (no delimiter, space or control byte)
+// that ends at `end`.
+std::size_t name_start(std::string_view text, std::size_t end);
 
 // The rightmost binary `sign` ("+" or "-") at depth zero; 0 for a leading
 // sign and npos for none. Callers take a position of 0 or none as "no

@@ -1,10 +1,9 @@
-// The evaluator. An expression text is analysed once into a small tree of
-// nodes (what each sub-text is: number, name, condition, operator chain,
-// sign, postfix, call, other atom) and the tree is evaluated; the analysis
-// depends on the text alone and is kept in a cache keyed by the text, so a
-// repeated expression is scanned once. The tree is exactly the cut-and-
-// recurse reading of the text: a chain of one operator is cut at all its
-// positions at once and folded in the order the recursive cuts would give.
+// The evaluator. An expression text is read once by the grammar's reader
+// into its tree (grammar/tree.hpp: number, name, condition, operator chain,
+// sign, postfix, call, access, other atom) and the tree is evaluated; the
+// tree depends on the text alone and is kept in a cache keyed by the text,
+// so a repeated expression is scanned once. A chain of one operator is one
+// node, folded here in the order the one-cut-at-a-time reading gives.
 #include "lang/evaluate.hpp"
 
 #include <cmath>
@@ -14,32 +13,21 @@
 #include "lang/globals.hpp"
 #include "numtext/numtext_adapter.hpp"
 #include "grammar/scan.hpp"
+#include "grammar/tree.hpp"
 #include "special/special.hpp"
 #include "objects/environment.hpp"
 
 namespace ostr::lang {
 
-enum class NodeKind : std::uint8_t { empty, number, failure, name, fold, condition, negate, postfix, call, atom };
-
-struct Node {
-    NodeKind kind;
-    char op = 0;           // fold: the operator; postfix: '!' or '\''
-    std::uint8_t invert = 0;  // condition: number of leading "~" (odd inverts)
-    ops::Cond cond = ops::Cond::or_;
-    std::uint32_t begin = 0, end = 0;  // the node's text
-    std::uint32_t first = 0, count = 0;  // children in Compiled::kids
-    std::uint32_t aux = 0;   // condition: operator position; call: end of the name
-    Complex number{0, 0};
-};
-
 struct Compiled {
     Text text;
-    std::vector<Node> nodes;
-    std::vector<std::uint32_t> kids;
-    std::uint32_t root = 0;
+    grammar::Tree tree;
 };
 
 namespace {
+
+using grammar::Kind;
+using grammar::Node;
 
 // Depth of the analysis or evaluation under way, across re-entries through
 // the hooks.
@@ -50,177 +38,20 @@ struct DepthGuard {
     bool too_deep() const noexcept { return depth > max_depth; }
 };
 
-class Compiler {
-public:
-    Compiler(Compiled& out, scan::Jumps jumps) : c_(out), text_(out.text), jumps_(jumps) {}
-
-    // Leading signs and enclosing parentheses come off one layer at a
-    // time, and the inside is classified afresh after each layer: in
-    // -(-9+2) the inner sign belongs to -9, because -9+2 has an operator.
-    // The layers are a loop, not a recursion, so ((((1)))) nested a
-    // hundred thousand deep costs no stack.
-    std::uint32_t compile(std::size_t b, std::size_t e) {
-        DepthGuard guard;
-        if (guard.too_deep()) return leaf(NodeKind::failure, b, e);
-        const std::size_t whole_b = b, whole_e = e;
-        bool negative = false;
-        auto sign = [&](std::uint32_t n) {
-            return negative ? with_kids(node(NodeKind::negate, whole_b, whole_e), {n}) : n;
-        };
-        for (;;) {
-            if (auto n = classify(b, e)) return sign(*n);
-            std::size_t nb = b, ne = e;
-            while (nb < ne && (text_[nb] == '-' || text_[nb] == '+')) negative ^= text_[nb++] == '-';
-            if (scan::enclosed(text_.substr(nb, ne - nb), jumps_.subspan(nb, ne - nb))) ++nb, --ne;
-            if (nb == b && ne == e) break;
-            b = nb, e = ne;
-        }
-        std::string_view t = text_.substr(b, e - b);
-        if (scan::find_first(t, ",", jumps_.subspan(b, e - b)).found()) return sign(leaf(NodeKind::failure, b, e));
-        if (auto n = call(b, e)) return sign(*n);
-        return sign(leaf(NodeKind::atom, b, e));
-    }
-
-private:
-    // What the text is, before any sign or bracket comes off: nothing when
-    // it is none of empty, number, "i", name, condition, operator chain or
-    // postfix operand.
-    std::optional<std::uint32_t> classify(std::size_t b, std::size_t e) {
-        std::string_view t = text_.substr(b, e - b);
-        scan::Jumps j = jumps_.subspan(b, e - b);
-        if (t.empty()) return leaf(NodeKind::empty, b, e);
-        double v;
-        if (is_numeric_literal(t, &v)) return number(b, e, {v, 0});
-        // "i" is looked up like a name: a variable i (a loop counter, say)
-        // shadows the imaginary unit, which it is otherwise.
-        if (t == "i") return leaf(NodeKind::name, b, e);
-        if (scan::is_plain_name(t)) return leaf(NodeKind::name, b, e);
-        if (t.front() == '~' || scan::has_condition_char(t, j)) {
-            if (auto n = condition(b, e)) return n;
-        }
-        scan::Split split = scan::find_split(t, j);
-        if (!split.at.empty()) return fold(b, e, split);
-        if (t.back() == '!' || t.back() == '\'') {
-            std::uint32_t n = node(NodeKind::postfix, b, e);
-            c_.nodes[n].op = t.back();
-            return with_kids(n, {compile(b, e - 1)});
-        }
-        return std::nullopt;
-    }
-
-    std::uint32_t node(NodeKind k, std::size_t b, std::size_t e) {
-        Node n{k};
-        n.begin = static_cast<std::uint32_t>(b);
-        n.end = static_cast<std::uint32_t>(e);
-        c_.nodes.push_back(n);
-        return static_cast<std::uint32_t>(c_.nodes.size() - 1);
-    }
-    std::uint32_t leaf(NodeKind k, std::size_t b, std::size_t e) { return node(k, b, e); }
-    std::uint32_t number(std::size_t b, std::size_t e, Complex v) {
-        std::uint32_t n = node(NodeKind::number, b, e);
-        c_.nodes[n].number = v;
-        return n;
-    }
-    std::uint32_t with_kids(std::uint32_t n, std::initializer_list<std::uint32_t> kids) {
-        c_.nodes[n].first = static_cast<std::uint32_t>(c_.kids.size());
-        c_.nodes[n].count = static_cast<std::uint32_t>(kids.size());
-        c_.kids.insert(c_.kids.end(), kids);
-        return n;
-    }
-
-    // A chain of one operator: the pieces between its positions, then the
-    // positions themselves, in kids.
-    std::uint32_t fold(std::size_t b, std::size_t e, const scan::Split& s) {
-        std::vector<std::uint32_t> pieces;
-        pieces.reserve(s.at.size() + 1);
-        std::size_t start = b;
-        for (std::uint32_t at : s.at) {
-            pieces.push_back(compile(start, b + at));
-            start = b + at + 1;
-        }
-        pieces.push_back(compile(start, e));
-        std::uint32_t n = node(NodeKind::fold, b, e);
-        Node& f = c_.nodes[n];
-        f.op = s.op;
-        f.first = static_cast<std::uint32_t>(c_.kids.size());
-        f.count = static_cast<std::uint32_t>(pieces.size());
-        c_.kids.insert(c_.kids.end(), pieces.begin(), pieces.end());
-        for (std::uint32_t at : s.at) c_.kids.push_back(static_cast<std::uint32_t>(b + at));
-        return n;
-    }
-
-    // Leading "~" and enclosing parentheses come off first, each "~"
-    // inverting the result; so "~" applies to the whole condition after it
-    // (~a&b is the negation of a&b). Not a condition: no node.
-    std::optional<std::uint32_t> condition(std::size_t b, std::size_t e) {
-        std::size_t rb = b, re = e;
-        unsigned inverts = 0;
-        while (rb < re) {
-            std::string_view r = text_.substr(rb, re - rb);
-            if (r.front() == '~') { ++inverts, ++rb; continue; }
-            if (scan::enclosed(r, jumps_.subspan(rb, re - rb))) { ++rb, --re; continue; }
-            break;
-        }
-        std::string_view r = text_.substr(rb, re - rb);
-        scan::CondFound f = scan::find_condition(r, jumps_.subspan(rb, re - rb));
-        if (!f.found() && inverts == 0) return std::nullopt;
-        std::uint32_t n = node(NodeKind::condition, b, e);
-        c_.nodes[n].invert = static_cast<std::uint8_t>(inverts & 1u) | (f.found() ? 0 : 2);
-        if (!f.found()) return with_kids(n, {compile(rb, re)});
-        c_.nodes[n].cond = f.cond;
-        c_.nodes[n].aux = static_cast<std::uint32_t>(rb + f.pos);
-        std::uint32_t left = compile(rb, rb + f.pos);
-        std::uint32_t right = compile(rb + f.pos + f.len, re);
-        return with_kids(n, {left, right});
-    }
-
-    // name(arguments): a plain name directly followed by one bracketed list.
-    std::optional<std::uint32_t> call(std::size_t b, std::size_t e) {
-        std::string_view t = text_.substr(b, e - b);
-        std::size_t open = t.find('(');
-        if (open == std::string_view::npos || open == 0 || t.back() != ')') return std::nullopt;
-        if (jumps_[b + open] != t.size() - 1 - open || !scan::is_plain_name(t.substr(0, open)))
-            return std::nullopt;
-        std::size_t ab = b + open + 1, ae = e - 1;
-        std::vector<std::uint32_t> args, piece_bounds;
-        if (ae > ab) {
-            std::size_t start = ab;
-            for (std::string_view piece : scan::split_commas(text_.substr(ab, ae - ab), jumps_.subspan(ab, ae - ab))) {
-                start = piece.data() - text_.data();
-                args.push_back(compile(start, start + piece.size()));
-                piece_bounds.push_back(static_cast<std::uint32_t>(start));
-                piece_bounds.push_back(static_cast<std::uint32_t>(start + piece.size()));
-            }
-        }
-        std::uint32_t n = node(NodeKind::call, b, e);
-        c_.nodes[n].aux = static_cast<std::uint32_t>(b + open);
-        c_.nodes[n].first = static_cast<std::uint32_t>(c_.kids.size());
-        c_.nodes[n].count = static_cast<std::uint32_t>(args.size());
-        c_.kids.insert(c_.kids.end(), args.begin(), args.end());
-        // Then the start and end of each argument text as written, which
-        // the argument's own node no longer holds once its brackets are off.
-        c_.kids.insert(c_.kids.end(), piece_bounds.begin(), piece_bounds.end());
-        return n;
-    }
-
-    Compiled& c_;
-    std::string_view text_;
-    scan::Jumps jumps_;
-};
-
 // The whole-text checks run once per text: the syntax check, then the error
 // word rule. Both hold for every operand text once they hold for the whole
 // (an operand is a bracket-balanced part cut at depth zero, and an error
 // segment inside a part is one of the whole), so the tree needs no more.
+// The reader descends as far as the depth bound leaves room below the
+// evaluation under way; a node past it answers ">invalid_expression<".
 std::shared_ptr<const Compiled> analyse(std::string_view text) {
     auto c = std::make_shared<Compiled>();
     c->text = Text(text);
     if (text.size() >= UINT32_MAX || !scan::syntax_ok(text) || scan::has_error_segment(text)) {
-        c->nodes.push_back(Node{NodeKind::failure});
+        c->tree.nodes.push_back(Node{Kind::failure});
         return c;
     }
-    std::vector<std::uint32_t> jumps = scan::bracket_jumps(c->text);
-    c->root = Compiler(*c, jumps).compile(0, text.size());
+    c->tree = grammar::read(c->text, max_depth - state().depth);
     return c;
 }
 
@@ -231,18 +62,24 @@ public:
     Value eval(std::uint32_t index) {
         DepthGuard guard;
         if (guard.too_deep()) return Value::failure();
-        const Node& n = c_.nodes[index];
+        const Node& n = c_.tree[index];
         switch (n.kind) {
-        case NodeKind::empty: return Value::number({0, 0});
-        case NodeKind::number: return Value::number(n.number);
-        case NodeKind::failure: return Value::failure();
-        case NodeKind::name: return name(text(n));
-        case NodeKind::fold: return fold(n);
-        case NodeKind::condition: return condition(n);
-        case NodeKind::negate: return negate(eval(kid(n, 0)));
-        case NodeKind::postfix: return postfix(n, eval(kid(n, 0)));
-        case NodeKind::call: return call(n);
-        case NodeKind::atom: return atom(text(n));
+        case Kind::empty: return Value::number({0, 0});
+        case Kind::number: return Value::number({n.value, 0});
+        case Kind::failure:
+        case Kind::deep: return Value::failure();
+        case Kind::name: return name(text(n));
+        case Kind::fold: return fold(n);
+        case Kind::condition: return condition(n);
+        case Kind::negate: return negate(eval(kid(n, 0)));
+        case Kind::postfix: return postfix(n, eval(kid(n, 0)));
+        case Kind::call: return call(n);
+        // Indexing, members and method calls are the layers' above, as any
+        // other atom.
+        case Kind::index:
+        case Kind::member:
+        case Kind::method:
+        case Kind::atom: return atom(text(n));
         }
         return Value::failure();
     }
@@ -252,7 +89,7 @@ private:
         return std::string_view(c_.text).substr(n.begin, n.end - n.begin);
     }
     std::string_view text(std::size_t b, std::size_t e) const { return std::string_view(c_.text).substr(b, e - b); }
-    std::uint32_t kid(const Node& n, std::uint32_t k) const { return c_.kids[n.first + k]; }
+    std::uint32_t kid(const Node& n, std::uint32_t k) const { return c_.tree.kid(n, k); }
 
     Value name(std::string_view t) {
         const obj::Object* o = hooks().lookup ? hooks().lookup(env_, t) : obj::resolve(env_, t);
@@ -276,7 +113,7 @@ private:
     // A chain a op b op c ...: "+", "-", "*" and "/" fold from the left,
     // "^" from the right, as the one-cut-at-a-time reading groups them.
     Value fold(const Node& n) {
-        auto cut = [&](std::uint32_t k) { return c_.kids[n.first + n.count + k - 1]; };  // k >= 1
+        auto cut = [&](std::uint32_t k) { return c_.tree.cut(n, k); };  // k >= 1
         if (n.op != '^') {
             Value acc = eval(kid(n, 0));
             for (std::uint32_t k = 1; k < n.count; ++k) {
@@ -421,7 +258,7 @@ private:
             texts = many;
         }
         for (std::uint32_t k = 0; k < n.count; ++k)
-            texts[k] = text(c_.kids[n.first + n.count + 2 * k], c_.kids[n.first + n.count + 2 * k + 1]);
+            texts[k] = text(c_.tree.argument_begin(n, k), c_.tree.argument_end(n, k));
         return b.call_fn(Call{text(n), texts, env_}, args);
     }
 
@@ -449,7 +286,7 @@ std::shared_ptr<const Compiled> analysed(Globals& g, std::string_view text) {
     }
     ++g.stats.misses;
     auto c = analyse(text);
-    g.cache.put(text, c, text.size() * 2 + c->nodes.size() * sizeof(Node) + c->kids.size() * 4 + 64);
+    g.cache.put(text, c, text.size() * 2 + c->tree.bytes() + 64);
     return c;
 }
 
@@ -464,7 +301,7 @@ Value evaluate(std::string_view text, Arbenv* env) {
     DepthGuard guard;
     if (guard.too_deep()) return Value::failure();
     std::shared_ptr<const Compiled> c = analysed(*g, text);
-    return Evaluator(*c, env, *g).eval(c->root);
+    return Evaluator(*c, env, *g).eval(c->tree.root);
 }
 
 Prepared prepare(std::string_view text) {
@@ -478,7 +315,7 @@ Value evaluate(const Prepared& c, Arbenv* env) {
     if (!env->abort_text.empty()) return Value::failure(Error::evaluation_aborted);
     DepthGuard guard;
     if (guard.too_deep()) return Value::failure();
-    return Evaluator(*c, env, *g).eval(c->root);
+    return Evaluator(*c, env, *g).eval(c->tree.root);
 }
 
 std::vector<Value> evaluate_list(std::string_view text, Arbenv* env) {

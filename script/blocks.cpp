@@ -310,8 +310,17 @@ Status run_elements(std::string_view body, Arbenv* env) { return run_body(*shape
 
 std::optional<lang::Value> statement_value(std::string_view text, Arbenv* env) {
     text = strip_wrappers(text, '(', ')');
+    if (!runs_as_block(text)) return lang::evaluate(text, env);
+    return block_value(text, env);
+}
+
+bool runs_as_block(std::string_view text) {
     Keyword kw = keyword_of(block_keyword(text));
-    if (kw == Keyword::none || kw == Keyword::other) return lang::evaluate(text, env);
+    return kw != Keyword::none && kw != Keyword::other;
+}
+
+std::optional<lang::Value> block_value(std::string_view text, Arbenv* env) {
+    Keyword kw = keyword_of(block_keyword(text));
     // The value of an "if" or "private" is the "return" its elements leave
     // behind; one left by an earlier statement must not count.
     if (kw != Keyword::for_) obj::remove(env, "return");

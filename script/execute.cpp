@@ -7,6 +7,7 @@
 #include <ctime>
 
 #include "grammar/scan.hpp"
+#include "lang/text_cache.hpp"
 #include "script/script.hpp"
 #include "script/state.hpp"
 
@@ -35,18 +36,100 @@ Text failure(std::string_view script, Arbenv* env) {
     return r;
 }
 
-Text expression_statement(std::string_view work, Arbenv* env) {
-    std::optional<lang::Value> v = statement_value(work, env);
+}  // namespace
+
+// What a top-level statement is, decided once per text: the branch it takes
+// and what that branch would otherwise look for in the text again. A line
+// typed again (or a script line run in a loop of the console's caller) is
+// split, checked and classified once, and its expressions are prepared.
+struct Line {
+    enum class Kind : std::uint8_t { empty, refused, several, assignment, expression };
+    Kind kind = Kind::empty;
+    Text text;
+    std::size_t sign = 0;     // assignment: position of "="
+    bool variable = false;    // assignment: the left side is a variable name
+    bool block = false;       // expression: a block that runs as a statement
+    std::size_t strip = 0;    // expression: wrapper brackets around it on each side
+    lang::Prepared prepared;  // the expression, or the right side of a variable's assignment
+    std::vector<Line> pieces;  // several: the statements
+    std::string_view left() const { return std::string_view(text).substr(0, sign); }
+    std::string_view right() const { return std::string_view(text).substr(sign + 1); }
+    std::string_view inside() const { return std::string_view(text).substr(strip, text.size() - 2 * strip); }
+};
+
+Line classify_line(std::string_view work) {
+    Line l;
+    l.text = Text(work);
+    if (work.empty()) return l;
+    if (!single_statement(work)) {
+        l.kind = Line::Kind::several;
+        for (std::string_view piece : split_statements(work)) l.pieces.push_back(classify_line(piece));
+        return l;
+    }
+    bool assignment = assignment_form(work);
+    l.sign = assignment_sign(work);
+    if (l.sign != std::string_view::npos && !assignment) {
+        l.kind = Line::Kind::refused;
+        return l;
+    }
+    if (assignment) {
+        l.kind = Line::Kind::assignment;
+        l.variable = assignable_name(l.left());
+        if (l.variable) l.prepared = lang::prepare(l.right());
+        return l;
+    }
+    l.kind = Line::Kind::expression;
+    std::string_view inside = strip_wrappers(work, '(', ')');
+    l.strip = static_cast<std::size_t>(inside.data() - work.data());
+    l.block = runs_as_block(inside);
+    if (!l.block) l.prepared = lang::prepare(inside);
+    return l;
+}
+
+// A whole normalised line: its statements, and whether the line may run.
+struct LineShape {
+    bool syntax_ok = false;
+    int block_depth = 0;
+    Line line;
+};
+
+namespace {
+
+int block_depth(std::string_view t);
+
+std::shared_ptr<const LineShape> analyse_line(std::string_view work) {
+    auto s = std::make_shared<LineShape>();
+    s->syntax_ok = lang::scan::syntax_ok(work);
+    if (!s->syntax_ok) return s;
+    s->block_depth = block_depth(work);
+    s->line = classify_line(work);
+    return s;
+}
+
+// Lines by text (4 MiB). A line holding a lifted string carries names that
+// live for this line only, so it is analysed afresh.
+lang::TextCache<LineShape>& line_cache() { return state().lines; }
+
+constexpr std::size_t max_cached_line = 1 << 16;
+
+std::shared_ptr<const LineShape> line_of(std::string_view work) {
+    if (!cacheable(work, max_cached_line)) return analyse_line(work);
+    return line_cache().get(
+        work, [&] { return analyse_line(work); },
+        [&](const LineShape& s) { return 4 * work.size() + 64 * (s.line.pieces.size() + 1); });
+}
+
+Text expression_statement(const Line& l, Arbenv* env) {
+    std::optional<lang::Value> v = l.block ? block_value(l.inside(), env) : lang::evaluate(l.prepared, env);
     if (!v) return {};
     if (v->is_error() && aborted(env)) return word(lang::Error::evaluation_aborted);
     return print_value(*v, env);
 }
 
-Text assignment_statement(std::string_view work, Arbenv* env) {
-    std::size_t p = assignment_sign(work);
-    std::string_view left = work.substr(0, p), right = work.substr(p + 1);
+Text assignment_statement(const Line& l, Arbenv* env) {
+    std::string_view left = l.left(), right = l.right();
     Text shown_left = substitute(left, env), shown_right = substitute(right, env);
-    Text err = assign(left, right, env);
+    Text err = l.variable ? assign_variable(left, lang::evaluate(l.prepared, env), env) : assign(left, right, env);
     Text r = err.empty() ? shown_left + Text(" <- ") + shown_right : err;
     // An error name inside the answer collapses to the generic one, except
     // the two that tell the user something specific.
@@ -56,17 +139,17 @@ Text assignment_statement(std::string_view work, Arbenv* env) {
     return r;
 }
 
-Text run_statement(std::string_view work, Arbenv* env);
+Text run_line(const Line& l, Arbenv* env);
 
 // Several statements: each runs, in order, whatever the others answered.
 // The first answer is taken as it stands, even when empty, so an empty
 // first answer still starts the join ("\n\nx <- 1"); a later empty answer
 // leaves no trace.
-Text several(std::string_view work, Arbenv* env) {
+Text several(const Line& l, Arbenv* env) {
     Text out;
     bool first = true;
-    for (std::string_view piece : split_statements(work)) {
-        Text r = run_statement(piece, env);
+    for (const Line& piece : l.pieces) {
+        Text r = run_line(piece, env);
         if (first) {
             out = std::move(r);
             first = false;
@@ -78,16 +161,16 @@ Text several(std::string_view work, Arbenv* env) {
     return out;
 }
 
-// Classification and the three branches, on normalised text.
-Text run_statement(std::string_view work, Arbenv* env) {
-    if (work.empty()) return {};
-    bool single = single_statement(work);
-    bool assignment = single && assignment_form(work);
-    bool has_sign = single && assignment_sign(work) != std::string_view::npos;
-    if (single && has_sign && !assignment) return failure(work, env);
-    if (!single) return several(work, env);
-    if (assignment) return assignment_statement(work, env);
-    return expression_statement(work, env);
+// The three branches of a classified statement.
+Text run_line(const Line& l, Arbenv* env) {
+    switch (l.kind) {
+    case Line::Kind::empty: return {};
+    case Line::Kind::refused: return failure(l.text, env);
+    case Line::Kind::several: return several(l, env);
+    case Line::Kind::assignment: return assignment_statement(l, env);
+    case Line::Kind::expression: return expression_statement(l, env);
+    }
+    return {};
 }
 
 // The deepest nesting of ":" ... ";" blocks in a balanced text.
@@ -203,9 +286,11 @@ Text run_script(std::string_view text, Arbenv* env, bool top_level) {
     LineEnd end(env, top_level);
     Text result;
     Text work;
-    if (!normalise(text, env, work) || !lang::scan::syntax_ok(work)) {
+    std::shared_ptr<const LineShape> shape;
+    if (normalise(text, env, work)) shape = line_of(work);
+    if (!shape || !shape->syntax_ok) {
         result = failure(text, env);
-    } else if (block_depth(work) > limits().max_depth) {
+    } else if (shape->block_depth > limits().max_depth) {
         // Blocks nested past the bound could never run to their end; the
         // line is refused before anything runs.
         abort(env, "nesting too deep");
@@ -213,7 +298,7 @@ Text run_script(std::string_view text, Arbenv* env, bool top_level) {
     } else {
         // Only this call's script and answer reach the list set aside.
         SetAside aside(env);
-        result = run_statement(work, env);
+        result = run_line(shape->line, env);
         aside.restore();
         if (env->history_flag) env->history.push_back({Text(text), result});
     }

@@ -92,6 +92,11 @@ Status run_body(const Shape& body, Arbenv* env);
 // the value of the last plain expression they ran, if any.
 // Nothing when a block ran well but set no value (a loop, say).
 std::optional<lang::Value> statement_value(std::string_view text, Arbenv* env);
+// The two halves of statement_value, for a caller that has stripped the
+// wrappers already: whether the text is a block that runs as a statement
+// ("if", "for", "while", "private"), and the value of one.
+bool runs_as_block(std::string_view text);
+std::optional<lang::Value> block_value(std::string_view text, Arbenv* env);
 // Runs a list of block elements (a function body): the status.
 Status run_elements(std::string_view body, Arbenv* env);
 

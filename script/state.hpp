@@ -16,6 +16,7 @@ namespace ostr::script {
 struct Shape;
 struct Function;
 struct Arguments;
+struct LineShape;
 
 struct State {
     // Shapes by text, bodies [0] and blocks [1] apart (4 MiB each).
@@ -23,6 +24,7 @@ struct State {
                                         lang::TextCache<Shape>(std::size_t{4} << 20)};
     lang::TextCache<Function> functions{std::size_t{8} << 20};
     lang::TextCache<Arguments> arguments{std::size_t{8} << 20};
+    lang::TextCache<LineShape> lines{std::size_t{4} << 20};  // top-level lines by text
     int analysis_depth = 0;  // nested block analyses under way
     int depth = 0;           // user calls and blocks nested together
     std::uint64_t passes = 0;  // loop passes of the top-level line

@@ -54,6 +54,10 @@ const Row combine_rows[] = {
     // conditions, postfix operands and calls are kept whole
     {"x<2", '+', "1", "(x<2)+1"}, {"x!", '*', "2", "2*(x!)"}, {"x!", '*', "-1", "-(x!)"},
     {"f(x+1)", '*', "2", "2*f(x+1)"}, {"[1,2]", '+', "x", "[1,2]+x"},
+    // the postfix takes its operand with the sign, (-x)!, as the evaluator reads it
+    {"-x!", '*', "2", "2*(-x!)"},
+    // a name that ends like a mantissa is bracketed only where a sign would join it
+    {"2e", '-', "1", "(2e)-1"}, {"x2e", '-', "1", "x2e-1"}, {"$2e", '-', "1", "$2e-1"},
 };
 
 TEST(Formula, CombineTable) {
@@ -66,6 +70,11 @@ TEST(Formula, NegateTable) {
         {"x", "-x"},         {"-x", "x"},           {"x^2", "-(x^2)"}, {"x+1", "-(x+1)"},
         {"x-1", "1-x"},      {"2*x", "-2*x"},       {"0", "0"},        {"1.5E-7", "-1.5E-7"},
         {"-2^2", "-4"},      {"x^2*y", "-(x^2)*y"}, {"1/x", "-1/x"},   {"-(x+y)", "x+y"},
+        // signs and brackets come off one layer at a time: -(-9+2) is 7
+        {"-(-9+2)", "-7"},
+        // one exponent rule with the evaluator: after "$" (not a delimiter) the "-" is
+        // binary, so $2e-1 is the name $2e minus 1
+        {"$2e-1", "1-$2e"},
     };
     for (auto [a, expected] : rows) EXPECT_EQ(str(formula::negate(a)), expected) << a;
 }

@@ -133,6 +133,27 @@ TEST_F(ScriptTest, HistoryKeepsTheOuterLineOnly) {
     EXPECT_EQ(env->history_flag, 1);
 }
 
+// A line typed again comes classified, its expressions prepared: the second
+// pass gives the same answers and asks the evaluator's cache nothing. A line
+// with a lifted string is analysed afresh, since its placeholders live for
+// one line only.
+TEST_F(ScriptTest, RepeatedLinesAreAnalysedOnce) {
+    const Line lines[] = {
+        {"x=1,y=x+1,if:y>1,y*10;", "x <- 1\n\ny <- x+1\n\n20"}, {"z=(x+y)*2", "z <- (x+y)*2"},
+        {"((z))", "6"}, {"x=1=2", ">invalid_expression<"}, {"f(a)=a+z", "f(a) <- a+z"}, {"f(1)", "7"},
+        {"1+", ">invalid_expression<"}, {"", ""},
+    };
+    for (const Line& l : lines) EXPECT_EQ(run(l.line), l.answer) << "line: " << l.line;
+    lang::CacheStats before = lang::cache_stats();
+    for (const Line& l : lines) EXPECT_EQ(run(l.line), l.answer) << "again: " << l.line;
+    lang::CacheStats after = lang::cache_stats();
+    EXPECT_EQ(after.hits + after.misses, before.hits + before.misses);
+    EXPECT_EQ(run(R"(s="a"+z)"), R"(s <- "a"+z)");
+    EXPECT_EQ(run(R"(s="b"+z)"), R"(s <- "b"+z)");
+    EXPECT_EQ(run("s"), R"("b6")");
+    EXPECT_GT(lang::cache_stats().hits, after.hits);
+}
+
 TEST_F(ScriptTest, PlaceholdersAreReleasedEachLine) {
     run(R"(a="x",b="y"+"z",c=a+b)");
     EXPECT_TRUE(env->placeholders->empty());

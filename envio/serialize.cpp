@@ -13,6 +13,7 @@
 #include <memory>
 
 #include "bignum/bitarray.hpp"
+#include "envio/containers_io.hpp"
 #include "ostravine/envio.h"
 #include "ostravine/hash.h"
 #include "persist/memfile.hpp"
@@ -82,6 +83,11 @@ bool put_value(Text& out, const obj::Object* o, int depth) {
         put_bits(out, b->exponent);
         return true;
     }
+    case obj::array:
+    case obj::map:
+        if (!o->value) return false;
+        put_container(out, o);
+        return true;
     case obj::scoped:
         if (!o->value || depth >= max_scope_depth) return false;
         put_env(out, static_cast<const Arbenv*>(o->value), depth + 1);
@@ -232,6 +238,8 @@ obj::Object* make_from(std::uint32_t tag, std::string_view key, std::string_view
         obj::free_object(o);
         return proper;
     }
+    case obj::array:
+    case obj::map: return read_container(tag, v, key, env);
     case obj::scoped: {
         if (depth >= max_scope_depth) return nullptr;
         Reader r(v);
@@ -273,6 +281,9 @@ bool get_table(Reader& in, obj::ObjectTable& table, Arbenv* env, int depth) {
             return false;
         key = up_to_zero(key);
         obj::Object* o = make_from(tag, key, value, env, depth);
+        // A damaged array or map is damage of the record, not an object of
+        // another build to skip.
+        if (!o && (tag == obj::array || tag == obj::map)) return false;
         if (!o) continue;
         o->flag_a = flags[0];
         o->flag_b = flags[1];

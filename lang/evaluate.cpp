@@ -11,6 +11,7 @@
 #include <optional>
 
 #include "lang/complex_adapter.hpp"
+#include "lang/containers.hpp"
 #include "lang/globals.hpp"
 #include "numtext/numtext_adapter.hpp"
 #include "grammar/scan.hpp"
@@ -313,7 +314,7 @@ private:
                 return Value::number({re, im});
             return v;
         case Value::Kind::error: return poisoned(v, v).value();
-        case Value::Kind::object: return Value::failure();
+        case Value::Kind::object: return negated_array(v);
         }
         return Value::failure();
     }
@@ -422,6 +423,7 @@ private:
         }
         for (std::uint32_t k = 0; k < n.count; ++k)
             texts[k] = text(c_.kids[n.first + n.count + 2 * k], c_.kids[n.first + n.count + 2 * k + 1]);
+        if (auto v = array_call(b, fname, Call{text(n), texts, env_}, args)) return std::move(*v);
         return b.call_fn(Call{text(n), texts, env_}, args);
     }
 

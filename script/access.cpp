@@ -6,6 +6,7 @@
 
 #include "grammar/scan.hpp"
 #include "lang/complex_adapter.hpp"
+#include "lang/text_cache.hpp"
 #include "script/containers.hpp"
 
 namespace ostr::script {
@@ -27,6 +28,51 @@ const obj::Object* named(std::string_view name, Arbenv* env) {
     return obj::resolve(env, name);
 }
 
+// An access chain analysed once per text: the steps, with every index and
+// argument text prepared for the evaluator. Kept by text, as the evaluator
+// keeps its analyses, so a[k] in a loop is scanned once.
+struct Chain {
+    Text text;
+    Access access;  // views into text
+    std::vector<lang::Prepared> index;               // per step; null for methods
+    std::vector<std::vector<lang::Prepared>> args;   // per step; empty for indices
+    bool malformed = false;                          // an empty index or argument
+};
+
+std::shared_ptr<const Chain> analyse_chain(std::string_view text) {
+    auto c = std::make_shared<Chain>();
+    c->text = Text(text);
+    std::optional<Access> a = parse_access(c->text);
+    if (!a) return nullptr;
+    c->access = std::move(*a);
+    for (const Step& st : c->access.steps) {
+        c->index.emplace_back();
+        c->args.emplace_back();
+        if (!st.method) {
+            c->malformed |= st.inside.empty();
+            if (!st.inside.empty()) c->index.back() = lang::prepare(st.inside);
+            continue;
+        }
+        if (st.inside.empty()) continue;
+        for (std::string_view piece : lang::scan::split_commas(st.inside)) {
+            c->malformed |= piece.empty();
+            c->args.back().push_back(lang::prepare(piece));
+        }
+    }
+    return c;
+}
+
+std::shared_ptr<const Chain> chain_of(std::string_view text) {
+    constexpr std::size_t max_cached_text = std::size_t{1} << 12;
+    static lang::TextCache<Chain> cache(std::size_t{4} << 20);
+    if (!cacheable(text, max_cached_text)) return analyse_chain(text);
+    if (auto found = cache.find(text)) return found;
+    auto made = analyse_chain(text);
+    // Texts that are no chain are remembered as such too.
+    cache.put(text, made ? made : std::make_shared<Chain>(), 2 * text.size() + 128);
+    return made;
+}
+
 // The evaluated arguments of every step, in order, before anything walks:
 // an argument may change the container (a.append(...) inside an index).
 struct Args {
@@ -34,20 +80,18 @@ struct Args {
     std::vector<std::vector<Value>> call;  // per step; unused for indices
 };
 
-bool evaluate_steps(const Access& a, Arbenv* env, Args& out, Value* error) {
-    out.index.resize(a.steps.size());
-    out.call.resize(a.steps.size());
-    for (std::size_t k = 0; k < a.steps.size(); ++k) {
-        const Step& s = a.steps[k];
-        if (!s.method) {
-            if (s.inside.empty()) return *error = fail(), false;
-            out.index[k] = lang::evaluate(s.inside, env);
+bool evaluate_steps(const Chain& c, Arbenv* env, Args& out, Value* error) {
+    if (c.malformed) return *error = fail(), false;
+    const std::size_t n = c.access.steps.size();
+    out.index.resize(n);
+    out.call.resize(n);
+    for (std::size_t k = 0; k < n; ++k) {
+        if (!c.access.steps[k].method) {
+            out.index[k] = lang::evaluate(c.index[k], env);
             if (out.index[k].is_error()) return *error = std::move(out.index[k]), false;
             continue;
         }
-        for (std::string_view p : lang::scan::split_commas(s.inside)) {
-            if (p.empty() && !s.inside.empty()) return *error = fail(), false;
-            if (p.empty()) break;
+        for (const lang::Prepared& p : c.args[k]) {
             out.call[k].push_back(lang::evaluate(p, env));
             if (out.call[k].back().is_error()) return *error = std::move(out.call[k].back()), false;
         }
@@ -225,12 +269,16 @@ bool container_atom(std::string_view text, Arbenv* env, Value* out) {
         *out = kw == "array" ? sized_array(inside, env) : map_literal(inside, env);
         return true;
     }
-    std::optional<Access> a = parse_access(text);
-    if (!a) return false;
+    // A chain ends in an index or in a method call, which holds a ".": a
+    // plain call f(x) is turned away before any lookup.
+    if (text.back() != ']' && (text.back() != ')' || text.find('.') == std::string_view::npos)) return false;
+    std::shared_ptr<const Chain> c = chain_of(text);
+    if (!c || c->access.steps.empty()) return false;
+    const Access* a = &c->access;
     Args args;
     if (name_like(a->base)) {
         if (!is_container(named(a->base, env))) return false;
-        if (!evaluate_steps(*a, env, args, out)) return true;
+        if (!evaluate_steps(*c, env, args, out)) return true;
         // Looked up again: the arguments may have replaced the variable.
         obj::Object* o = obj::resolve(env, a->base);
         if (!is_container(o)) return *out = fail(), true;
@@ -240,14 +288,15 @@ bool container_atom(std::string_view text, Arbenv* env, Value* out) {
     Value base = lang::evaluate(a->base, env);
     if (base.is_error()) return *out = std::move(base), true;
     if (!lang::is_array(base) && !lang::is_map(base)) return false;
-    if (!evaluate_steps(*a, env, args, out)) return true;
+    if (!evaluate_steps(*c, env, args, out)) return true;
     *out = walk(*a, args, base.obj.get(), false, env);
     return true;
 }
 
 std::optional<Text> assign_element(std::string_view left, std::string_view right, Arbenv* env) {
-    std::optional<Access> a = parse_access(left);
-    if (!a || !name_like(a->base)) return std::nullopt;
+    std::shared_ptr<const Chain> c = chain_of(left);
+    if (!c || c->access.steps.empty() || !name_like(c->access.base)) return std::nullopt;
+    const Access* a = &c->access;
     auto word = [](lang::Error e) { return Text(lang::error_word(e)); };
     for (const Step& s : a->steps)
         if (s.method) return word(lang::Error::invalid_assignment);
@@ -255,7 +304,7 @@ std::optional<Text> assign_element(std::string_view left, std::string_view right
     if (v.is_error()) return word(aborted(env) ? lang::Error::evaluation_aborted : v.error);
     Args args;
     Value err;
-    if (!evaluate_steps(*a, env, args, &err)) return word(err.error);
+    if (!evaluate_steps(*c, env, args, &err)) return word(err.error);
     obj::Object* root = obj::resolve(env, a->base);
     if (!is_container(root)) return word(lang::Error::invalid_assignment);
     const std::size_t n = a->steps.size();

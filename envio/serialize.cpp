@@ -14,6 +14,7 @@
 #include <new>
 
 #include "bignum/bitarray.hpp"
+#include "envio/containers_io.hpp"
 #include "ostravine/envio.h"
 #include "ostravine/hash.h"
 #include "persist/memfile.hpp"
@@ -96,6 +97,11 @@ bool put_value(Text& out, const obj::Object* o, int depth) {
         put_bits(out, b->exponent);
         return true;
     }
+    case obj::array:
+    case obj::map:
+        if (!o->value) return false;
+        put_container(out, o);
+        return true;
     case obj::scoped:
         if (!o->value || depth >= max_scope_depth) return false;
         put_env(out, static_cast<const Arbenv*>(o->value), depth + 1);
@@ -237,6 +243,8 @@ obj::Object* make_from(std::uint32_t tag, std::string_view key, std::string_view
         // object carries them.
         return got(obj::copy_object(o.get(), env));
     }
+    case obj::array:
+    case obj::map: return read_container(tag, v, key, env);
     case obj::scoped: {
         if (depth >= max_scope_depth) return nullptr;
         Reader r(v);
@@ -276,6 +284,9 @@ bool get_table(Reader& in, obj::ObjectTable& table, Arbenv* env, int depth) {
             return false;
         key = up_to_zero(key);
         obj::Object* o = make_from(tag, key, value, env, depth);
+        // A damaged array or map is damage of the record, not an object of
+        // another build to skip.
+        if (!o && (tag == obj::array || tag == obj::map)) return false;
         if (!o) continue;
         o->flag_a = flags[0];
         o->flag_b = flags[1];

@@ -28,7 +28,8 @@ void write_all(const std::string& name, const void* a, std::size_t n, const void
 }
 
 void exercise(Arbenv* env) {
-    for (const char* line : {"x", "f(2)+g", "s+\"t\""}) FreeString(ArbevalScript(line, env, 1));
+    for (const char* line : {"x", "f(2)+g", "s+\"t\"", "a[1]", "a.sort()", "m.keys()", "n[1][1]=a"})
+        FreeString(ArbevalScript(line, env, 1));
 }
 
 }  // namespace

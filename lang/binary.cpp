@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "lang/complex_adapter.hpp"
+#include "lang/containers.hpp"
 #include "lang/globals.hpp"
 
 namespace ostr::lang {
@@ -81,6 +82,7 @@ void fill_binary_table(Globals& g) {
     both_ways(g, Tag::bignum, Tag::numeric, bignum_scalar);
     both_ways(g, Tag::bignum, Tag::matrix, bignum_matrix);
     g.table[Tag::bignum][Tag::bignum] = bignum_pair;
+    fill_array_pairs(g);
 }
 
 }  // namespace ostr::lang

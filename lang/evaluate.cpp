@@ -10,6 +10,7 @@
 #include <optional>
 
 #include "lang/complex_adapter.hpp"
+#include "lang/containers.hpp"
 #include "lang/globals.hpp"
 #include "numtext/numtext_adapter.hpp"
 #include "grammar/scan.hpp"
@@ -150,7 +151,7 @@ private:
                 return Value::number({re, im});
             return v;
         case Value::Kind::error: return poisoned(v, v).value();
-        case Value::Kind::object: return Value::failure();
+        case Value::Kind::object: return negated_array(v);
         }
         return Value::failure();
     }
@@ -259,6 +260,7 @@ private:
         }
         for (std::uint32_t k = 0; k < n.count; ++k)
             texts[k] = text(c_.tree.argument_begin(n, k), c_.tree.argument_end(n, k));
+        if (auto v = array_call(b, fname, Call{text(n), texts, env_}, args)) return std::move(*v);
         return b.call_fn(Call{text(n), texts, env_}, args);
     }
 

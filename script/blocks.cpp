@@ -9,6 +9,7 @@
 
 #include "lang/globals.hpp"
 #include "grammar/scan.hpp"
+#include "script/containers.hpp"
 #include "script/script.hpp"
 #include "script/state.hpp"
 
@@ -62,7 +63,7 @@ Element classify(std::string_view t) {
         e.sign = assignment_sign(t);
         e.variable = assignable_name(e.left());
         if (e.variable) e.expr = lang::prepare(e.right());
-    } else if (!block_keyword(t).empty()) {
+    } else if (!block_keyword(t).empty() && !literal_keyword(block_keyword(t))) {
         e.kind = Kind::block;
         // Nested blocks are analysed with their parent, a bounded number of
         // levels deep; deeper ones wait until they run.

@@ -5,6 +5,7 @@
 
 #include "lang/globals.hpp"
 #include "grammar/scan.hpp"
+#include "script/containers.hpp"
 #include "script/script.hpp"
 #include "script/state.hpp"
 #include "script/string_methods.hpp"
@@ -27,6 +28,7 @@ const obj::Object* lookup(Arbenv* env, std::string_view name) {
 // calls of user functions. A call of a name that is no function stays a
 // formula, as a free name does.
 bool atom(std::string_view text, Arbenv* env, lang::Value* out) {
+    if (container_atom(text, env, out)) return true;
     if (string_method_call(text, env, out)) return true;
     std::string_view kw = block_keyword(text);
     if (!kw.empty()) {
@@ -42,6 +44,11 @@ bool atom(std::string_view text, Arbenv* env, lang::Value* out) {
     if (call_function(text, open, env, out)) return true;
     *out = lang::Value::formula_of(Text(text));
     return true;
+}
+
+int compare(const lang::Value& a, const lang::Value& b, lang::ops::Cond c) {
+    if (int r = container_compare(a, b, c); r >= 0) return r;
+    return string_compare(a, b, c);
 }
 
 // sigdigits(n): the count of significant digits shown, 1 to 15.
@@ -61,7 +68,7 @@ void install() {
     h.lookup = lookup;
     h.atom = atom;
     h.print = print_object;
-    h.compare = string_compare;
+    h.compare = compare;
     if (lang::Globals* g = lang::globals()) {
         g->table[obj::string][obj::string] = string_arithmetic;
         g->table[obj::string][obj::numeric] = g->table[obj::numeric][obj::string] = string_arithmetic;

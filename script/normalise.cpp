@@ -68,7 +68,8 @@ bool lift(std::string_view t, Arbenv* env, Text& out) {
 
 // After ";" a "," is implied, after ")" a "*", after "]" a ",", unless
 // what follows is "=", an operator, a closer or a separator. Openers do
-// not stop it: (a)(b) is a product and if:c,s;(x) two statements.
+// not stop it: (a)(b) is a product and if:c,s;(x) two statements; but "["
+// after "]" is the next index of a[i][j].
 constexpr std::string_view implicit_stop = ",+-*/^!'=)];:~&|<>.@#\"";
 
 Text insert_implicit(std::string_view t) {
@@ -78,7 +79,7 @@ Text insert_implicit(std::string_view t) {
         char c = t[i];
         out += c;
         if (i + 1 == t.size() || implicit_stop.find(t[i + 1]) != std::string_view::npos) continue;
-        if (c == ';' || c == ']') out += ',';
+        if (c == ';' || (c == ']' && t[i + 1] != '[')) out += ',';
         else if (c == ')') out += '*';
     }
     return out;

@@ -25,6 +25,7 @@ struct Limits {
     int max_depth = ostr::limits::statement_depth;          // user calls and blocks nested together
     std::uint64_t max_loop_passes = 100'000'000;            // loop passes of one top-level line
     double max_seconds = 60.0;                              // loop time of one top-level line
+    std::size_t max_shown_items = 1000;  // elements of an array or map printed in full
 };
 Limits& limits();
 

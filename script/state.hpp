@@ -17,6 +17,7 @@ struct Shape;
 struct Function;
 struct Arguments;
 struct LineShape;
+struct Chain;
 
 struct State {
     // Shapes by text, bodies [0] and blocks [1] apart (4 MiB each).
@@ -25,6 +26,7 @@ struct State {
     lang::TextCache<Function> functions{std::size_t{8} << 20};
     lang::TextCache<Arguments> arguments{std::size_t{8} << 20};
     lang::TextCache<LineShape> lines{std::size_t{4} << 20};  // top-level lines by text
+    lang::TextCache<Chain> chains{std::size_t{4} << 20};     // access chains (a[i], a.m(x)) by text
     int analysis_depth = 0;  // nested block analyses under way
     int depth = 0;           // user calls and blocks nested together
     std::uint64_t passes = 0;  // loop passes of the top-level line

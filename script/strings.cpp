@@ -3,6 +3,7 @@
 // escapes, join with "+" and compare in byte order.
 #include <cstring>
 
+#include "script/containers.hpp"
 #include "script/script.hpp"
 
 namespace ostr::script {
@@ -34,6 +35,8 @@ Text print_object(const obj::Object* o, int digits) {
     case obj::string: return quoted(obj::text_value(o));
     case obj::algebraic: return Text(obj::text_value(o));
     case obj::numeric: return lang::display(lang::Value::number(obj::numeric_value(o)), digits);
+    case obj::array:
+    case obj::map: return print_container(o, digits);
     default: return obj::type_name(o);
     }
 }

@@ -1,0 +1,192 @@
+// The value bytes of arrays and maps, written and read back with every
+// count, length, nesting level and key order checked against the bytes that
+// are there: a damaged encoding reads as nothing, never as a crash.
+//
+//   array: u32 count, then count items
+//   map:   u32 count, then count entries: key, item (keys strictly ascending)
+//   item:  u8 kind: 0 number (2 x f64, finite), 1 formula text, 2 string
+//          (u32 length and the bytes, no zero byte), 3 array, 4 map
+//   key:   u8 0 and a number (2 x f64), or u8 1 and a text
+#include "envio/containers_io.hpp"
+
+#include <cmath>
+#include <cstring>
+
+#include "objects/containers.hpp"
+
+namespace ostr::envio {
+namespace {
+
+enum Kind : std::uint8_t { number = 0, formula = 1, string = 2, array = 3, map = 4 };
+
+void put_raw(Text& out, const void* p, std::size_t n) { out.append(static_cast<const char*>(p), n); }
+void put_u32(Text& out, std::uint32_t v) { put_raw(out, &v, 4); }
+void put_text(Text& out, std::string_view s) {
+    put_u32(out, static_cast<std::uint32_t>(s.size()));
+    out.append(s);
+}
+
+void put_map(Text& out, const obj::MapValue& m);
+
+void put_array(Text& out, const obj::ArrayValue& a);
+
+void put_item(Text& out, const obj::Item& it) {
+    if (!it.obj) {
+        out.push_back(static_cast<char>(number));
+        put_raw(out, &it.num, sizeof(Complex));
+        return;
+    }
+    switch (it.obj->tag) {
+    case obj::array:
+        out.push_back(static_cast<char>(array));
+        put_array(out, *obj::array_of(it.obj));
+        return;
+    case obj::map:
+        out.push_back(static_cast<char>(map));
+        put_map(out, *obj::map_of(it.obj));
+        return;
+    case obj::string: out.push_back(static_cast<char>(string)); break;
+    default: out.push_back(static_cast<char>(formula)); break;
+    }
+    put_text(out, obj::text_value(it.obj));
+}
+
+void put_array(Text& out, const obj::ArrayValue& a) {
+    put_u32(out, static_cast<std::uint32_t>(a.items.size()));
+    for (const obj::Item& it : a.items) put_item(out, it);
+}
+
+void put_map(Text& out, const obj::MapValue& m) {
+    put_u32(out, static_cast<std::uint32_t>(m.entries.size()));
+    for (const auto& [key, it] : m.entries) {
+        out.push_back(static_cast<char>(key.is_text ? 1 : 0));
+        if (key.is_text) put_text(out, key.text);
+        else put_raw(out, &key.num, sizeof(Complex));
+        put_item(out, it);
+    }
+}
+
+class Reader {
+public:
+    explicit Reader(std::string_view b) noexcept : b_(b) {}
+    bool take(void* dest, std::size_t n) noexcept {
+        if (n > b_.size() - at_) return false;
+        std::memcpy(dest, b_.data() + at_, n);
+        at_ += n;
+        return true;
+    }
+    bool u8(std::uint8_t& v) noexcept { return take(&v, 1); }
+    bool u32(std::uint32_t& v) noexcept { return take(&v, 4); }
+    bool number(Complex& c) noexcept { return take(&c, sizeof c) && std::isfinite(c.re) && std::isfinite(c.im); }
+    // A text with no zero byte inside (a text of the core ends at its first).
+    bool text(std::string_view& s) noexcept {
+        std::uint32_t n;
+        if (!u32(n) || n > left()) return false;
+        s = b_.substr(at_, n);
+        at_ += n;
+        return s.find('\0') == std::string_view::npos;
+    }
+    std::size_t left() const noexcept { return b_.size() - at_; }
+
+private:
+    std::string_view b_;
+    std::size_t at_ = 0;
+};
+
+using ArrayPtr = std::unique_ptr<obj::ArrayValue, void (*)(void*)>;
+using MapPtr = std::unique_ptr<obj::MapValue, void (*)(void*)>;
+
+obj::ArrayValue* get_array(Reader& in, std::uint32_t depth);
+obj::MapValue* get_map(Reader& in, std::uint32_t depth);
+
+bool get_item(Reader& in, std::uint32_t depth, obj::Item& it) {
+    std::uint8_t kind;
+    if (!in.u8(kind)) return false;
+    it = {};
+    std::string_view t;
+    switch (kind) {
+    case number: return in.number(it.num);
+    case formula:
+        if (!in.text(t) || t.empty()) return false;
+        it.obj = obj::make_algebraic(t, "", nullptr);
+        break;
+    case string: {
+        if (!in.text(t)) return false;
+        char* v = dup_text(t);
+        it.obj = v ? obj::make_object(nullptr, obj::string, "", v, obj::text_handlers()) : nullptr;
+        break;
+    }
+    case array: it.obj = obj::make_array(get_array(in, depth + 1), nullptr); break;
+    case map: it.obj = obj::make_map(get_map(in, depth + 1), nullptr); break;
+    default: return false;
+    }
+    return it.obj != nullptr;
+}
+
+// Each item takes at least 5 bytes and each entry 10, so a count larger
+// than the bytes left could hold is damage, found before anything grows.
+obj::ArrayValue* get_array(Reader& in, std::uint32_t depth) {
+    std::uint32_t n;
+    if (depth > obj::max_container_depth || !in.u32(n) || n > in.left() / 5 || n > obj::max_container_items)
+        return nullptr;
+    ArrayPtr a(obj::new_array(), obj::array_handlers().free);
+    if (!a) return nullptr;
+    a->items.reserve(n);
+    for (std::uint32_t k = 0; k < n; ++k) {
+        obj::Item it;
+        if (!get_item(in, depth, it)) return nullptr;
+        a->items.push_back(it);
+    }
+    obj::refresh_depth(*a);
+    return a.release();
+}
+
+bool get_key(Reader& in, obj::MapKey& key) {
+    std::uint8_t kind;
+    if (!in.u8(kind) || kind > 1) return false;
+    key.is_text = kind == 1;
+    if (!key.is_text) return in.number(key.num);
+    std::string_view t;
+    if (!in.text(t)) return false;
+    key.text = Text(t);
+    return true;
+}
+
+obj::MapValue* get_map(Reader& in, std::uint32_t depth) {
+    std::uint32_t n;
+    if (depth > obj::max_container_depth || !in.u32(n) || n > in.left() / 10 || n > obj::max_container_items)
+        return nullptr;
+    MapPtr m(obj::new_map(), obj::map_handlers().free);
+    if (!m) return nullptr;
+    for (std::uint32_t k = 0; k < n; ++k) {
+        obj::MapKey key;
+        obj::Item it;
+        if (!get_key(in, key)) return nullptr;
+        if (!m->entries.empty() && !obj::MapKeyLess{}(m->entries.rbegin()->first, key)) return nullptr;
+        if (!get_item(in, depth, it)) return nullptr;
+        m->entries.emplace_hint(m->entries.end(), std::move(key), it);
+    }
+    obj::refresh_depth(*m);
+    return m.release();
+}
+
+}  // namespace
+
+void put_container(Text& out, const obj::Object* o) {
+    if (o->tag == obj::array) put_array(out, *obj::array_of(o));
+    else put_map(out, *obj::map_of(o));
+}
+
+obj::Object* read_container(std::uint32_t tag, std::string_view bytes, std::string_view key, Arbenv* env) {
+    Reader in(bytes);
+    obj::Object* o = nullptr;
+    if (tag == obj::array) o = obj::make_array(get_array(in, 1), env, key);
+    else if (tag == obj::map) o = obj::make_map(get_map(in, 1), env, key);
+    if (o && in.left() != 0) {
+        obj::free_object(o);
+        return nullptr;
+    }
+    return o;
+}
+
+}  // namespace ostr::envio

@@ -213,7 +213,7 @@ static void erase(Editor *e, size_t from, size_t to) {
     changed(e);
 }
 
-static void kill(Editor *e, size_t from, size_t to) {
+static void kill_text(Editor *e, size_t from, size_t to) {
     if (from >= to) return;
     bytes_set(&e->kill, e->line.data + from, to - from);
     erase(e, from, to);
@@ -408,8 +408,8 @@ static void escape_key(Editor *e, const char *k, size_t n) {
     if (n == 2) {
         if (k[1] == 'b') move_to(e, word_left(e, e->cursor));
         else if (k[1] == 'f') move_to(e, word_right(e, e->cursor));
-        else if (k[1] == 'd') kill(e, e->cursor, word_right(e, e->cursor));
-        else if (k[1] == 0x7f || k[1] == CTRL('H')) kill(e, word_left(e, e->cursor), e->cursor);
+        else if (k[1] == 'd') kill_text(e, e->cursor, word_right(e, e->cursor));
+        else if (k[1] == 0x7f || k[1] == CTRL('H')) kill_text(e, word_left(e, e->cursor), e->cursor);
         return;
     }
     switch (last) {
@@ -459,9 +459,9 @@ static EditorEvent key(Editor *e, const char *k, size_t n) {
         if (e->line.count == 0) return EDITOR_END;
         delete_at_cursor(e);
         break;
-    case CTRL('K'): kill(e, e->cursor, e->line.count); break;
-    case CTRL('U'): kill(e, 0, e->cursor); break;
-    case CTRL('W'): kill(e, word_left(e, e->cursor), e->cursor); break;
+    case CTRL('K'): kill_text(e, e->cursor, e->line.count); break;
+    case CTRL('U'): kill_text(e, 0, e->cursor); break;
+    case CTRL('W'): kill_text(e, word_left(e, e->cursor), e->cursor); break;
     case CTRL('Y'): insert(e, e->kill.data ? e->kill.data : "", e->kill.count), changed(e); break;
     case CTRL('P'): recall(e, 1); break;
     case CTRL('N'): recall(e, 0); break;

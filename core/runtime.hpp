@@ -4,6 +4,7 @@
 // part; this file only holds them type-erased, so no layer names a higher one.
 #pragma once
 
+#include <csignal>
 #include <new>
 
 namespace ostr::core {
@@ -20,11 +21,21 @@ struct Part {
 
 struct Runtime {
     Part parts[slot_count];
+    // Set by RequestAbort, which a signal handler may call (Ctrl-C at the
+    // console); the only field written outside the one thread, hence the
+    // type. The statement layer's loop check and the evaluator's entry turn
+    // it into the abort text of the line under way; a new top-level line
+    // clears it.
+    volatile std::sig_atomic_t abort_requested = 0;
 };
 
 // The record itself. Reached only through part_of (and the functions below);
 // it is a plain object so that a part costs one load to reach.
 extern Runtime the_runtime;
+
+inline void request_abort() noexcept { the_runtime.abort_requested = 1; }
+inline bool abort_requested() noexcept { return the_runtime.abort_requested != 0; }
+inline void clear_abort_request() noexcept { the_runtime.abort_requested = 0; }
 
 // Frees every part, top down. Harmless when none is made.
 void free_runtime() noexcept;

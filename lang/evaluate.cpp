@@ -292,6 +292,17 @@ std::shared_ptr<const Compiled> analysed(Globals& g, std::string_view text) {
     return c;
 }
 
+// True when the line is to stop: its abort text is set, or a stop was
+// requested from outside (RequestAbort), which becomes the abort text of env
+// and its parents here, as the statement layer's bounds do.
+bool stopped(Arbenv* env) {
+    if (!env->abort_text.empty()) return true;
+    if (!core::abort_requested()) return false;
+    for (; env; env = env->parent)
+        if (env->abort_text.empty()) env->abort_text = Text("interrupted");
+    return true;
+}
+
 }  // namespace
 
 Hooks& hooks() { return state().hooks; }
@@ -299,7 +310,7 @@ Hooks& hooks() { return state().hooks; }
 Value evaluate(std::string_view text, Arbenv* env) {
     Globals* g = globals();
     if (!g || !env) return Value::failure();
-    if (!env->abort_text.empty()) return Value::failure(Error::evaluation_aborted);
+    if (stopped(env)) return Value::failure(Error::evaluation_aborted);
     DepthGuard guard;
     if (guard.too_deep()) return Value::failure();
     std::shared_ptr<const Compiled> c = analysed(*g, text);
@@ -314,7 +325,7 @@ Prepared prepare(std::string_view text) {
 Value evaluate(const Prepared& c, Arbenv* env) {
     Globals* g = globals();
     if (!g || !env || !c) return Value::failure();
-    if (!env->abort_text.empty()) return Value::failure(Error::evaluation_aborted);
+    if (stopped(env)) return Value::failure(Error::evaluation_aborted);
     DepthGuard guard;
     if (guard.too_deep()) return Value::failure();
     return Evaluator(*c, env, *g).eval(c->tree.root);

@@ -258,10 +258,15 @@ void start_line() {
     State& s = state();
     s.passes = 0;
     s.line_start = now_seconds();
+    core::clear_abort_request();
 }
 
 bool count_pass(Arbenv* env) {
     State& s = state();
+    if (core::abort_requested()) {
+        abort(env, "interrupted");
+        return false;
+    }
     if (++s.passes > s.limits.max_loop_passes) {
         abort(env, "loop limit");
         return false;

@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include "ostravine.h"
+#include "interactive.h"
 #include "statefile.h"
 
 /* The live environment. When the state file is saved from a tree built at
@@ -66,7 +67,7 @@ static void release_line(Line *line) {
 static int is_blank(unsigned char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 
 /* Empty, or space, tab, line feed and carriage return only: the end. */
-static int ends_session(const char *text) {
+int ends_session(const char *text) {
     while (*text && is_blank((unsigned char)*text)) ++text;
     return *text == '\0';
 }
@@ -133,7 +134,9 @@ int main(int argc, char **argv) {
         TerminateGlobals();
         return 1;
     }
-    run_loop(live_env);
+    int stopped_by = 0;
+    if (at_terminal()) stopped_by = run_terminal(live_env);
+    else run_loop(live_env);
 
     int opened = 0;
     int code = state_save(STATE_FILE_NAME, live_env, &tree, rejected, &opened) ? 0 : 1;
@@ -145,5 +148,10 @@ int main(int argc, char **argv) {
         live_env = NULL;
     }
     TerminateGlobals();
+    if (stopped_by) {
+        /* Saved; now end as the signal would have, so the parent sees it. */
+        signal(stopped_by, SIG_DFL);
+        raise(stopped_by);
+    }
     return code;
 }

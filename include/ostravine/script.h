@@ -34,6 +34,23 @@ OSTR_API void TerminateGlobals(void) OSTR_NOEXCEPT;
    Release the answer with FreeString. Needs InitializeGlobals. */
 OSTR_API char *ArbevalScript(const char *text, Arbenv *env, uint32_t flag) OSTR_NOEXCEPT;
 
+/* The names a word typed at env may complete to, for a front end's
+   completion: for a name prefix, the predefined functions, the statement
+   words, and the objects, functions and classes visible from env; for
+   "object.prefix", the methods of that object's type (and the members of a
+   class instance). Each holds the whole name; functions and methods end in
+   "(", block keywords in ":". Sorted, each once. A string vector (texts
+   closed by an empty text) to release with FreeStringVector; NULL for NULL
+   arguments or when memory runs out. */
+OSTR_API char **ListVisibleNames(const char *word, Arbenv *env) OSTR_NOEXCEPT;
+
+/* Asks the line under way to stop: its loops and evaluations see the
+   request at their next step and the line answers ">evaluation_aborted<";
+   the environment keeps everything done before. The next top-level
+   ArbevalScript starts without it. Async-signal-safe: it only sets a flag,
+   so a SIGINT handler may call it. */
+OSTR_API void RequestAbort(void) OSTR_NOEXCEPT;
+
 OSTR_END_DECLS
 
 #endif

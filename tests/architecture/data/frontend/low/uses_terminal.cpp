@@ -1,0 +1,2 @@
+// The core may not use a front-end piece either.
+#include "terminal/editor.h"

@@ -6,6 +6,7 @@
 #include "lang/globals.hpp"
 #include "grammar/scan.hpp"
 #include "script/containers.hpp"
+#include "script/help.hpp"
 #include "script/script.hpp"
 #include "script/state.hpp"
 #include "script/string_methods.hpp"
@@ -75,6 +76,7 @@ void install() {
         lang::register_builtin("sigdigits(1)", sigdigits);
         install_environment_files();
         install_string_functions();
+        install_help();
     }
 }
 

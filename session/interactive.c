@@ -192,7 +192,7 @@ int run_terminal(Arbenv *env) {
     handle(SIGTERM, on_stop);
     handle(SIGHUP, on_stop);
     colour = wants_colour();
-    printf("Ostravine %s, empty line to save and quit\n", OSTR_VERSION);
+    printf("Ostravine %s, help() for help, empty line to save and quit\n", OSTR_VERSION);
 
     History h;
     history_init(&h, history_limit);

@@ -182,7 +182,7 @@ def signals(d):
 def greeting(d):
     c = Console(d)
     first = c.out.decode(errors='replace')
-    check(re.search(r'^Ostravine [0-9.]+, empty line to save and quit\r$', first, re.M) is not None,
+    check(re.search(r'^Ostravine [0-9.]+, help\(\) for help, empty line to save and quit\r$', first, re.M) is not None,
           f'greeting: {first!r}')
     c.line('1+')
     check(b'\x1b[3' not in c.out and b'\x1b[1;' not in c.out, 'NO_COLOR: no colours')

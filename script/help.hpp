@@ -1,0 +1,36 @@
+// The help() command: the topics of the language and one entry per name
+// (predefined functions from the evaluator's help table; statement words,
+// commands and the methods of strings, arrays and maps from help.cpp's).
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace ostr::script {
+
+// Where a help text of this layer belongs.
+enum class HelpKind : unsigned char { word, command, string_method, array_method, map_method };
+
+// One row of this layer's help table: the name, its call form and one line
+// of meaning.
+struct HelpText {
+    HelpKind kind;
+    std::string_view name;
+    std::string_view form;
+    std::string_view meaning;
+};
+std::span<const HelpText> help_texts() noexcept;
+
+// The text help() answers: the topics, the entries of one name, or (for a
+// name without help) a note with the closest names.
+std::string help_topics();
+std::string help_about(std::string_view name);
+// At most three names with help closest to `name` by edit distance.
+std::vector<std::string_view> closest_help_names(std::string_view name);
+
+// Registers help() as a built-in that reads its argument text unevaluated.
+void install_help();
+
+}  // namespace ostr::script

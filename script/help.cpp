@@ -19,13 +19,14 @@ namespace {
 using K = HelpKind;
 
 constexpr HelpText texts[] = {
-    {K::word, "if", "if:condition,statements;", "runs the statements when the condition holds (see elseif, else)"},
-    {K::word, "elseif", "if:c1,s1,elseif,c2,s2;", "inside an if block: the next condition, tried when the ones before failed"},
-    {K::word, "else", "if:c,s1,else,s2;", "inside an if block: the statements run when no condition held"},
-    {K::word, "for", "for:start,condition,step,statements;", "runs start, then the statements and the step while the condition holds"},
-    {K::word, "while", "while:condition,statements;", "runs the statements while the condition holds"},
+    {K::word, "if", "if:condition,statements;", "runs the statements when the condition is 1 (see elseif, else)"},
+    {K::word, "elseif", "if:c1,s1,elseif,c2,s2;", "in an if block: the next condition, tried when none before was 1"},
+    {K::word, "else", "if:c,s1,else,s2;", "in an if block: the statements run when no condition was 1"},
+    {K::word, "for", "for:initialiser,condition,step,statements;",
+     "runs the initialiser, then the statements and the step while the condition is 1"},
+    {K::word, "while", "while:condition,statements;", "runs the statements while the condition is 1"},
     {K::word, "break", "break", "leaves the innermost for or while loop"},
-    {K::word, "private", "private:statements;", "runs the statements in a scope of their own; names made there vanish after it"},
+    {K::word, "private", "private:statements;", "runs its statements in order"},
     {K::command, "help", "help(name)", "the help of a name; help() lists the topics"},
     {K::command, "sigdigits", "sigdigits(n)", "shows numbers with n significant digits, n from 1 to 15"},
     {K::command, "export", "export(\"FILE\")", "writes the session's names to FILE; answers how many"},

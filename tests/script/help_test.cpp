@@ -26,7 +26,8 @@ TEST_F(Help, Answers) {
         {"help(sigdigits)", "sigdigits(n) (command): shows numbers with n significant digits, n from 1 to 15"},
         {"help(upper)", "s.upper() (string method): s with the letters a to z made capitals"},
         {"help(\"s.upper\")", "s.upper() (string method): s with the letters a to z made capitals"},
-        {"help(a.size)", "a.size() (array method): the number of elements\nm.size() (map method): the number of entries"},
+        {"help(a.size)",
+         "a.size() (array method): the number of elements\nm.size() (map method): the number of entries"},
         {"help(\"x.sin\")", "no method named sin"},
         {"help(sinn)", "no help for sinn; did you mean sign, sin or sinh?"},
         {"help(qqqqqqqq)", "no help for qqqqqqqq"},
@@ -49,7 +50,9 @@ TEST_F(Help, SharedNameListsEveryKind) {
 
 TEST_F(Help, TopicsNameEveryEntry) {
     std::string topics = run("help()");
-    auto listed = [&](std::string_view name) { return topics.find(std::string(" ").append(name)) != std::string::npos; };
+    auto listed = [&](std::string_view name) {
+        return topics.find(std::string(" ").append(name)) != std::string::npos;
+    };
     for (const lang::HelpEntry& e : lang::help_entries())
         EXPECT_TRUE(listed(e.signature.substr(0, e.signature.find('(')))) << e.signature;
     for (const script::HelpText& t : script::help_texts()) EXPECT_TRUE(listed(t.name)) << t.name;
@@ -75,7 +78,8 @@ TEST_F(Help, TableMatchesWhatIsRegistered) {
         switch (t.kind) {
         case script::HelpKind::string_method: {
             auto rows = script::string_methods();
-            EXPECT_TRUE(std::any_of(rows.begin(), rows.end(), [&](const auto& r) { return r.name == t.name; })) << t.name;
+            auto named = [&](const script::StringMethod& r) { return r.name == t.name; };
+            EXPECT_TRUE(std::any_of(rows.begin(), rows.end(), named)) << t.name;
             break;
         }
         case script::HelpKind::array_method: EXPECT_NE(script::array_method(t.name), nullptr) << t.name; break;

@@ -1,5 +1,6 @@
-// The process-wide globals record that InitializeGlobals builds: the binary
-// operation table, the built-in function table and the analysis cache.
+// The process-wide globals record that InitializeGlobals builds: the built-in
+// function table and the analysis cache; it fills the evaluator's rows of the
+// type table.
 #pragma once
 
 #include <cstdint>
@@ -10,6 +11,7 @@
 #include "lang/evaluate.hpp"
 #include "lang/text_cache.hpp"
 #include "objects/environment.hpp"
+#include "objects/types.hpp"
 
 namespace ostr::lang {
 
@@ -24,7 +26,6 @@ struct Builtin {
 
 
 struct Globals {
-    BinaryHandler table[obj::tag_count][obj::tag_count]{};
     std::map<Text, Builtin, obj::NameLess> builtins;
     TextCache<Compiled> cache{std::size_t{4} << 20};
     CacheStats stats;
@@ -40,9 +41,7 @@ void terminate_globals() noexcept;
 
 // Registers the predefined functions (builtins.cpp).
 bool register_predefined_functions();
-// Fills the binary operation table (binary.cpp).
-void fill_binary_table(Globals& g);
-// The handler of every cell that holds no meaningful pair.
-Value invalid_pair(Value& left, Value& right, char op, Arbenv* env, const OperandTexts& texts);
+// Fills the evaluator's rows of the type table (binary.cpp).
+void fill_type_table(obj::TypeTable& types);
 
 }  // namespace ostr::lang

@@ -1,6 +1,7 @@
 // How the statement layer joins the evaluator: the globals are built by the
-// evaluator and then completed here (hooks, string arithmetic, the
-// "sigdigits" command), so the dependency stays one-way.
+// evaluator and then completed here (hooks, the string type's printer,
+// comparison and arithmetic, the "sigdigits" command), so the dependency
+// stays one-way.
 #include <cmath>
 
 #include "lang/globals.hpp"
@@ -57,11 +58,12 @@ void install() {
     lang::Hooks& h = lang::hooks();
     h.lookup = lookup;
     h.atom = atom;
-    h.print = print_object;
-    h.compare = string_compare;
-    if (lang::Globals* g = lang::globals()) {
-        g->table[obj::string][obj::string] = string_arithmetic;
-        g->table[obj::string][obj::numeric] = g->table[obj::numeric][obj::string] = string_arithmetic;
+    obj::TypeTable& t = obj::type_table();
+    t.types[obj::string].print = print_string;
+    t.types[obj::string].compare = string_compare;
+    if (lang::globals()) {
+        t.types[obj::string].binary[obj::string] = string_arithmetic;
+        t.types[obj::string].binary[obj::numeric] = t.types[obj::numeric].binary[obj::string] = string_arithmetic;
         lang::register_builtin("sigdigits(1)", sigdigits);
         install_environment_files();
     }

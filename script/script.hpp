@@ -12,6 +12,7 @@
 #include "lang/evaluate.hpp"
 #include "lang/value.hpp"
 #include "objects/environment.hpp"
+#include "objects/types.hpp"
 
 namespace ostr::script {
 
@@ -139,7 +140,7 @@ void start_line() noexcept;
 // Strings: values, printing, arithmetic.
 [[nodiscard]] obj::Object* make_string(std::string_view text, std::string_view name, Arbenv* env);
 Text quoted(std::string_view text);
-Text print_object(const obj::Object* o, int digits);
+Text print_string(const obj::Object* o, int digits);
 Text print_value(const lang::Value& v, Arbenv* env);
 lang::Value string_arithmetic(lang::Value& l, lang::Value& r, char op, Arbenv* env, const lang::OperandTexts&);
 int string_compare(const lang::Value& a, const lang::Value& b, lang::ops::Cond c);

@@ -28,7 +28,8 @@ const obj::Object* lookup(Arbenv* env, std::string_view name) {
 bool atom(std::string_view text, Arbenv* env, lang::Value* out) {
     std::string_view kw = block_keyword(text);
     if (!kw.empty()) {
-        if (kw != "if" && kw != "for" && kw != "while" && kw != "private") return false;
+        const StatementWord* w = statement_word(kw);
+        if (!w || !w->block) return false;
         std::optional<lang::Value> v = statement_value(text, env);
         *out = v ? std::move(*v) : lang::Value::failure();
         return true;

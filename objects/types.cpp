@@ -120,16 +120,12 @@ constexpr TypeTable builtin_types{{
     {.name = "bignum", .handlers = bignum_handlers},
 }};
 
-constinit TypeTable the_table = builtin_types;
-const TypeRecord no_type{};
-
 }  // namespace
 
+constinit TypeTable detail::the_type_table = builtin_types;
+const TypeRecord detail::no_type{};
+
 const ValueHandlers& text_handlers() noexcept { return text_value_handlers; }
-
-TypeTable& type_table() noexcept { return the_table; }
-
-const TypeRecord& type_of(std::uint32_t tag) noexcept { return tag < tag_count ? the_table.types[tag] : no_type; }
 
 Text signature(const Method& m) {
     Text s(m.name);
@@ -144,11 +140,6 @@ Text signature(const Method& m) {
 }
 
 Value invalid_pair(Value&, Value&, char, Arbenv*, const OperandTexts&) { return Value::failure(); }
-
-BinaryHandler binary_handler(std::uint32_t left, std::uint32_t right) noexcept {
-    BinaryHandler h = right < tag_count ? type_of(left).binary[right] : nullptr;
-    return h ? h : invalid_pair;
-}
 
 Text print(const Object* o, int digits) {
     if (auto p = type_of(o->tag).print) return p(o, digits);

@@ -62,16 +62,27 @@ struct TypeTable {
     TypeRecord types[tag_count];
 };
 
-// The table in use: the built-in records, completed at start-up by the
-// layers above. A test may register a type of its own in a free tag.
-TypeTable& type_table() noexcept;
-// The record of a tag; an empty record for a tag beyond the table.
-const TypeRecord& type_of(std::uint32_t tag) noexcept;
+namespace detail {
+extern TypeTable the_type_table;
+extern const TypeRecord no_type;
+}  // namespace detail
 
-// The handler of the pair (left tag, right tag); never null.
-BinaryHandler binary_handler(std::uint32_t left, std::uint32_t right) noexcept;
+// The table in use: the built-in records, completed at start-up by the
+// layers above. A test may register a type of its own in a free tag. The
+// lookups are inline: the evaluator asks the table at every operation.
+inline TypeTable& type_table() noexcept { return detail::the_type_table; }
+// The record of a tag; an empty record for a tag beyond the table.
+inline const TypeRecord& type_of(std::uint32_t tag) noexcept {
+    return tag < tag_count ? detail::the_type_table.types[tag] : detail::no_type;
+}
+
 // What every cell without a handler answers: ">invalid_expression<".
 Value invalid_pair(Value& left, Value& right, char op, Arbenv* env, const OperandTexts& texts);
+// The handler of the pair (left tag, right tag); never null.
+inline BinaryHandler binary_handler(std::uint32_t left, std::uint32_t right) noexcept {
+    BinaryHandler h = right < tag_count ? type_of(left).binary[right] : nullptr;
+    return h ? h : invalid_pair;
+}
 // The text of an object through its type's printer.
 Text print(const Object* o, int digits);
 // The comparison of the left value's type, else of the right's: 1, 0, or

@@ -35,9 +35,10 @@ Object* make_object(Arbenv* env, std::uint32_t tag, std::string_view name, void*
         return nullptr;
     }
     new (m) Members{env ? &env->abort_text : nullptr, {}, {}};
-    for (const Method& row : type_of(tag).methods) register_method(*m, row);
     *o = Object{m, n, 0, 0, 1, tag, 0, env ? env->level : 0, env, value, h.free, h.write, h.read, h.copy};
-    return o;
+    OwnedObject made(o);
+    for (const Method& row : type_of(tag).methods) register_method(*m, row);
+    return made.release();
 }
 
 Object* make_algebraic(std::string_view text, std::string_view name, Arbenv* env) {

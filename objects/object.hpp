@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -100,6 +101,12 @@ const ValueHandlers& text_handlers() noexcept;
 // A copy held by `env` (the source's environment when null).
 [[nodiscard]] Object* copy_object(const Object* source, Arbenv* env = nullptr);
 void free_object(Object* object) noexcept;
+
+struct ObjectDeleter {
+    void operator()(Object* o) const noexcept { free_object(o); }
+};
+// An object owned in C++ until a table or a value takes it.
+using OwnedObject = std::unique_ptr<Object, ObjectDeleter>;
 bool rename_object(Object* object, std::string_view name);
 
 // The type name of a tag ("numeric", ...), empty for the tags that take

@@ -19,10 +19,7 @@ inline std::string_view error_word(Error e) noexcept {
     return words[static_cast<std::size_t>(e)];
 }
 
-struct ObjectDeleter {
-    void operator()(Object* o) const noexcept { free_object(o); }
-};
-using ObjectPtr = std::unique_ptr<Object, ObjectDeleter>;
+using ObjectPtr = OwnedObject;
 
 struct Value {
     enum class Kind : std::uint8_t {

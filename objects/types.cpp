@@ -8,6 +8,7 @@
 
 #include "bignum/bitarray.hpp"
 #include "grammar/scan.hpp"
+#include "objects/containers.hpp"
 #include "objects/environment.hpp"
 
 namespace ostr::obj {
@@ -73,6 +74,8 @@ constexpr ValueHandlers text_value_handlers{free_text_value, nullptr, nullptr, c
 constexpr ValueHandlers complex_handlers{mem_free, nullptr, nullptr, copy_complex};
 constexpr ValueHandlers bignum_handlers{free_bignum, nullptr, nullptr, copy_bignum};
 constexpr ValueHandlers scope_handlers{free_scope, nullptr, nullptr, nullptr};
+constexpr ValueHandlers array_value_handlers{release_array, nullptr, nullptr, share_array};
+constexpr ValueHandlers map_value_handlers{release_map, nullptr, nullptr, share_map};
 
 // A scope is copied with its environment, whose parent becomes env.
 Object* copy_scoped(const Object* s, Arbenv* env) {
@@ -109,12 +112,12 @@ constexpr TypeTable builtin_types{{
     {.name = "matrix", .methods = matrix_methods},
     {.name = "mutant"},
     {.name = "string", .handlers = text_value_handlers},
-    {.name = "array", .methods = array_methods},
+    {.name = "array", .handlers = array_value_handlers, .methods = array_methods},
     {.name = "class_definition", .methods = class_methods},
     {.name = "top_level"},
     {.handlers = scope_handlers, .copy = copy_scoped},
     {},
-    {.name = "map", .methods = map_methods},
+    {.name = "map", .handlers = map_value_handlers, .methods = map_methods},
     {},
     {.name = "numeric", .handlers = complex_handlers, .value_of = numeric_value_of},
     {.name = "bignum", .handlers = bignum_handlers},

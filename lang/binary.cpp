@@ -55,8 +55,9 @@ Text print_number(const obj::Object* o, int digits) { return display(Value::numb
 
 }  // namespace
 
-// Cells left empty answer ">invalid_expression<"; the pairs of matrices,
-// strings and big numbers get their handlers with those types.
+// Cells left empty answer ">invalid_expression<". The array cells are
+// lang/containers.cpp's, the string cells the statement layer's; matrices
+// and big numbers get theirs with those types.
 void fill_type_table(obj::TypeTable& t) {
     t.types[Tag::numeric].print = print_number;
     t.types[Tag::numeric].binary[Tag::numeric] = numeric_pair;

@@ -18,6 +18,7 @@
 #include "ostravine/envio.h"
 #include "ostravine/hash.h"
 #include "persist/memfile.hpp"
+#include "objects/types.hpp"
 #include "persist/stream.hpp"
 
 namespace ostr::envio {
@@ -66,7 +67,7 @@ void put_bits(Text& out, const void* v) {
 // handler registered for its tag. False when the value has no writer.
 bool put_by_handler(Text& out, const obj::Object* o) {
     if (o->tag >= obj::tag_count) return false;
-    obj::ValueWrite w = o->write_value ? o->write_value : obj::type_hooks().handlers[o->tag].write;
+    obj::ValueWrite w = o->write_value ? o->write_value : obj::type_of(o->tag).handlers.write;
     if (!w) return false;
     struct Closer {
         void operator()(MemFile* m) const noexcept {
@@ -123,9 +124,9 @@ void put_table(Text& out, const obj::ObjectTable& table, int depth) {
         if (!o || !put_value(value, o, depth)) continue;
         put_text(out, key);
         put_u32(out, o->tag);
-        put_u8(out, o->flag_a);
-        put_u8(out, o->flag_b);
-        put_u8(out, o->flag_c);
+        put_u8(out, o->is_private);
+        put_u8(out, o->locked);
+        put_u8(out, o->alive);
         put_i32(out, o->level);
         put_text(out, value);
         ++n;
@@ -209,12 +210,6 @@ void free_bignum_value(void* v) {
     mem_free(b);
 }
 
-// The handlers every object of a tag gets, as the object layer gives them.
-obj::ValueHandlers handlers_of(std::uint32_t tag) {
-    if (tag == obj::algebraic || tag == obj::string) return obj::text_handlers();
-    return obj::type_hooks().handlers[tag];
-}
-
 Arbenv* get_env(Reader& in, Arbenv* parent, int depth);
 
 // Rebuilds an object from its value bytes; null when the tag or the bytes
@@ -258,7 +253,7 @@ obj::Object* make_from(std::uint32_t tag, std::string_view key, std::string_view
     }
     default: {
         if (tag >= obj::tag_count) return nullptr;
-        obj::ValueHandlers h = handlers_of(tag);
+        const obj::ValueHandlers& h = obj::type_of(tag).handlers;
         if (!h.read) return nullptr;
         MemFile* m = got(persist::mem_open(static_cast<std::int32_t>(std::max<std::size_t>(v.size(), 1))));
         if (!v.empty()) std::memcpy(m->data, v.data(), v.size());
@@ -288,9 +283,9 @@ bool get_table(Reader& in, obj::ObjectTable& table, Arbenv* env, int depth) {
         // another build to skip.
         if (!o && (tag == obj::array || tag == obj::map)) return false;
         if (!o) continue;
-        o->flag_a = flags[0];
-        o->flag_b = flags[1];
-        o->flag_c = flags[2];
+        o->is_private = flags[0];
+        o->locked = flags[1];
+        o->alive = flags[2];
         // An object is never deeper than the environment that holds it.
         o->level = std::clamp(level, 0, env->level);
         // Records come sorted by key, so each lands at the end of the table.

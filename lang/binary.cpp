@@ -1,6 +1,6 @@
-// The binary operation table: one handler per pair of type tags, chosen by
-// the tags of the two operand values. Every cell starts as the handler that
-// answers ">invalid_expression<"; the meaningful pairs are filled after.
+// The evaluator's rows of the type table: the arithmetic of numbers and of
+// formulas, one handler per pair of type tags, and the printer of numbers.
+// A cell nobody fills answers ">invalid_expression<".
 #include <cmath>
 
 #include "lang/complex_adapter.hpp"
@@ -47,42 +47,25 @@ Value formula_pair(Value& l, Value& r, char op, Arbenv*, const OperandTexts&) {
     return Value::formula_of(std::move(result->re), std::move(result->im));
 }
 
-// The pairs of the value forms that arrive with their types (matrices,
-// strings, big numbers) have their cells reserved here; until those types
-// bring their arithmetic, these handlers answer ">invalid_expression<".
-Value matrix_pair(Value& l, Value& r, char op, Arbenv* e, const OperandTexts& t) { return invalid_pair(l, r, op, e, t); }
-Value matrix_scalar(Value& l, Value& r, char op, Arbenv* e, const OperandTexts& t) { return invalid_pair(l, r, op, e, t); }
-Value string_pair(Value& l, Value& r, char op, Arbenv* e, const OperandTexts& t) { return invalid_pair(l, r, op, e, t); }
-Value string_scalar(Value& l, Value& r, char op, Arbenv* e, const OperandTexts& t) { return invalid_pair(l, r, op, e, t); }
-Value string_matrix(Value& l, Value& r, char op, Arbenv* e, const OperandTexts& t) { return invalid_pair(l, r, op, e, t); }
-Value bignum_scalar(Value& l, Value& r, char op, Arbenv* e, const OperandTexts& t) { return invalid_pair(l, r, op, e, t); }
-Value bignum_matrix(Value& l, Value& r, char op, Arbenv* e, const OperandTexts& t) { return invalid_pair(l, r, op, e, t); }
-Value bignum_pair(Value& l, Value& r, char op, Arbenv* e, const OperandTexts& t) { return invalid_pair(l, r, op, e, t); }
+void both_ways(obj::TypeTable& t, Tag a, Tag b, BinaryHandler h) {
+    t.types[a].binary[b] = t.types[b].binary[a] = h;
+}
 
-void both_ways(Globals& g, Tag a, Tag b, BinaryHandler h) { g.table[a][b] = g.table[b][a] = h; }
+Text print_number(const obj::Object* o, int digits) { return display(Value::number(obj::numeric_value(o)), digits); }
 
 }  // namespace
 
-Value invalid_pair(Value&, Value&, char, Arbenv*, const OperandTexts&) { return Value::failure(); }
-
-void fill_binary_table(Globals& g) {
-    for (auto& row : g.table)
-        for (auto& cell : row) cell = invalid_pair;
-    g.table[Tag::numeric][Tag::numeric] = numeric_pair;
-    g.table[Tag::internal][Tag::internal] = formula_pair;
-    both_ways(g, Tag::internal, Tag::numeric, formula_pair);
-    g.table[Tag::algebraic][Tag::algebraic] = formula_pair;
-    both_ways(g, Tag::algebraic, Tag::numeric, formula_pair);
-    g.table[Tag::matrix][Tag::matrix] = matrix_pair;
-    both_ways(g, Tag::matrix, Tag::numeric, matrix_scalar);
-    g.table[Tag::string][Tag::string] = string_pair;
-    both_ways(g, Tag::string, Tag::numeric, string_scalar);
-    both_ways(g, Tag::string, Tag::bignum, string_scalar);
-    both_ways(g, Tag::string, Tag::matrix, string_matrix);
-    both_ways(g, Tag::bignum, Tag::numeric, bignum_scalar);
-    both_ways(g, Tag::bignum, Tag::matrix, bignum_matrix);
-    g.table[Tag::bignum][Tag::bignum] = bignum_pair;
-    fill_array_pairs(g);
+// Cells left empty answer ">invalid_expression<". The array cells are
+// lang/containers.cpp's, the string cells the statement layer's; matrices
+// and big numbers get theirs with those types.
+void fill_type_table(obj::TypeTable& t) {
+    t.types[Tag::numeric].print = print_number;
+    t.types[Tag::numeric].binary[Tag::numeric] = numeric_pair;
+    t.types[Tag::internal].binary[Tag::internal] = formula_pair;
+    both_ways(t, Tag::internal, Tag::numeric, formula_pair);
+    t.types[Tag::algebraic].binary[Tag::algebraic] = formula_pair;
+    both_ways(t, Tag::algebraic, Tag::numeric, formula_pair);
+    fill_array_pairs(t);
 }
 
 }  // namespace ostr::lang

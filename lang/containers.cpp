@@ -34,10 +34,10 @@ Text operand_text(const Value& v) {
 
 // One element operation. A non-finite result of two numbers is kept as the
 // text of the element operation (1/0), as the whole expression would be.
-Value element_op(Value& l, Value& r, char op, Arbenv* env, Globals& g) {
+Value element_op(Value& l, Value& r, char op, Arbenv* env) {
     if (l.is_error() || r.is_error()) return Value::failure();
     const bool numbers = l.kind == Value::Kind::number && r.kind == Value::Kind::number;
-    Value out = g.table[l.tag()][r.tag()](l, r, op, env, OperandTexts{});
+    Value out = obj::binary_handler(l.tag(), r.tag())(l, r, op, env, OperandTexts{});
     if (!numbers || out.kind != Value::Kind::formula) return out;
     Text whole = operand_text(l) + Text(1, op) + operand_text(r);
     return Value::formula_of(std::move(whole));
@@ -63,10 +63,9 @@ using BlockPtr = std::unique_ptr<obj::ArrayValue, void (*)(void*)>;
 BlockPtr new_block() { return BlockPtr(obj::new_array(), obj::array_handlers().free); }
 
 Value array_pair(Value& l, Value& r, char op, Arbenv* env, const OperandTexts&) {
-    Globals* g = globals();
     const obj::ArrayValue* a = is_array(l) ? obj::array_of(l.obj.get()) : nullptr;
     const obj::ArrayValue* b = is_array(r) ? obj::array_of(r.obj.get()) : nullptr;
-    if (!g || (a && b && a->items.size() != b->items.size())) return Value::failure();
+    if (!globals() || (a && b && a->items.size() != b->items.size())) return Value::failure();
     const std::size_t n = a ? a->items.size() : b->items.size();
     BlockPtr out = new_block();
     if (!out) return Value::failure();
@@ -74,7 +73,7 @@ Value array_pair(Value& l, Value& r, char op, Arbenv* env, const OperandTexts&) 
     for (std::size_t k = 0; k < n; ++k) {
         Value x = a ? item_value(a->items[k]) : copy_of(l);
         Value y = b ? item_value(b->items[k]) : copy_of(r);
-        if (!push_result(*out, element_op(x, y, op, env, *g))) return Value::failure();
+        if (!push_result(*out, element_op(x, y, op, env))) return Value::failure();
     }
     return finish(out.release());
 }
@@ -181,10 +180,10 @@ Value negated_array(Value& v) {
     return array_pair(zero, v, '-', nullptr, OperandTexts{});
 }
 
-void fill_array_pairs(Globals& g) {
+void fill_array_pairs(obj::TypeTable& types) {
     for (obj::Tag t : {obj::numeric, obj::algebraic, obj::internal, obj::array}) {
-        g.table[obj::array][t] = array_pair;
-        g.table[t][obj::array] = array_pair;
+        types.types[obj::array].binary[t] = array_pair;
+        types.types[t].binary[obj::array] = array_pair;
     }
 }
 

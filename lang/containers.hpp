@@ -10,6 +10,7 @@
 #include "lang/evaluate.hpp"
 #include "lang/value.hpp"
 #include "objects/containers.hpp"
+#include "objects/types.hpp"
 
 namespace ostr::lang {
 
@@ -33,7 +34,7 @@ Value array_value(obj::ArrayValue* block);
 // The binary-table cells of arrays: with a number or a formula on either
 // side the operator acts on every element; two arrays of one size combine
 // element by element. Other sizes or kinds are ">invalid_expression<".
-void fill_array_pairs(Globals& g);
+void fill_array_pairs(obj::TypeTable& types);
 // -a: every element negated; ">invalid_expression<" for a value that is no
 // array.
 Value negated_array(Value& v);

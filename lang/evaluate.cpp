@@ -108,7 +108,7 @@ private:
 
     Value apply(Value& l, Value& r, char op, const OperandTexts& texts) {
         if (auto p = poisoned(l, r)) return std::move(*p);
-        return g_.table[l.tag()][r.tag()](l, r, op, env_, texts);
+        return obj::binary_handler(l.tag(), r.tag())(l, r, op, env_, texts);
     }
 
     // A chain a op b op c ...: "+", "-", "*" and "/" fold from the left,
@@ -202,8 +202,8 @@ private:
         Value a = eval(kid(n, 0)), b = eval(kid(n, 1));
         if (auto p = poisoned(a, b)) return std::move(*p);
         bool numbers = a.kind == Value::Kind::number && b.kind == Value::Kind::number;
-        if (!numbers && hooks().compare) {
-            if (int r = hooks().compare(a, b, n.cond); r >= 0)
+        if (!numbers) {
+            if (int r = obj::compare(a, b, n.cond); r >= 0)
                 return Value::number({static_cast<double>(invert ? 1 - r : r), 0});
         }
         if (!numbers) {

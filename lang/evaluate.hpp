@@ -20,15 +20,10 @@ namespace ostr::lang {
 inline constexpr int max_depth = limits::evaluation_depth;
 inline constexpr std::size_t max_formula_text = limits::formula_text_bytes;
 
-// The three texts a binary handler sees: left operand, right operand and
-// the whole expression they came from.
-struct OperandTexts {
-    std::string_view left;
-    std::string_view right;
-    std::string_view whole;
-};
-
-using BinaryHandler = Value (*)(Value& left, Value& right, char op, Arbenv* env, const OperandTexts& texts);
+// The three texts a binary handler sees, and the handler of one cell of the
+// binary operation table (the rows live in the type table, objects/types.hpp).
+using obj::BinaryHandler;
+using obj::OperandTexts;
 using BuiltinFn = Value (*)(std::span<Value> args, Arbenv* env);
 
 // What a built-in sees of its own call: the call as written ("max(1,y)",
@@ -54,11 +49,6 @@ struct Hooks {
     // array and matrix literals, strings, members, "this". Answers false
     // when it does not know the atom either.
     bool (*atom)(std::string_view text, Arbenv* env, Value* out) = nullptr;
-    // Text of an object of a tag the evaluator cannot print.
-    Text (*print)(const obj::Object* o, int digits) = nullptr;
-    // A comparison the evaluator has no rule for (two strings, say): 1 or
-    // 0, or -1 when the pair cannot be compared this way.
-    int (*compare)(const Value& a, const Value& b, ops::Cond c) = nullptr;
 };
 Hooks& hooks();
 

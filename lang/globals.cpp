@@ -1,6 +1,6 @@
 // InitializeGlobals and TerminateGlobals: the process-wide record of the
-// evaluator (binary operation table, built-in function table, analysis
-// cache) and the types the typed tree learns at start-up.
+// evaluator (built-in function table, analysis cache), its rows of the type
+// table and the types the typed tree learns at start-up.
 #include "lang/globals.hpp"
 
 #include <new>
@@ -30,7 +30,7 @@ bool initialize_globals(const char* init_script, std::uint32_t flag) {
     void* block = mem_alloc(sizeof(Globals));
     if (!block) return false;
     Globals* g = s.globals = new (block) Globals();
-    fill_binary_table(*g);
+    fill_type_table(obj::type_table());
     if (!register_predefined_functions()) {
         terminate_globals();
         return false;

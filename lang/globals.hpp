@@ -1,7 +1,7 @@
 // The evaluator's part of the runtime record: the globals that
-// InitializeGlobals builds (binary operation table, built-in function table,
-// analysis cache), the hooks the layers above fill in, and the counters of
-// the evaluation under way.
+// InitializeGlobals builds (built-in function table, analysis cache), the
+// hooks the layers above fill in, and the counters of the evaluation under
+// way; it fills the evaluator's rows of the type table.
 #pragma once
 
 #include <cstdint>
@@ -13,6 +13,7 @@
 #include "lang/text_cache.hpp"
 #include "core/runtime.hpp"
 #include "objects/environment.hpp"
+#include "objects/types.hpp"
 
 namespace ostr::lang {
 
@@ -27,7 +28,6 @@ struct Builtin {
 
 
 struct Globals {
-    BinaryHandler table[obj::tag_count][obj::tag_count]{};
     std::map<Text, Builtin, obj::NameLess> builtins;
     TextCache<Compiled> cache{std::size_t{4} << 20};
     CacheStats stats;
@@ -62,9 +62,7 @@ void terminate_globals() noexcept;
 
 // Registers the predefined functions (builtins.cpp).
 bool register_predefined_functions();
-// Fills the binary operation table (binary.cpp).
-void fill_binary_table(Globals& g);
-// The handler of every cell that holds no meaningful pair.
-Value invalid_pair(Value& left, Value& right, char op, Arbenv* env, const OperandTexts& texts);
+// Fills the evaluator's rows of the type table (binary.cpp).
+void fill_type_table(obj::TypeTable& types);
 
 }  // namespace ostr::lang

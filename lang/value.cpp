@@ -4,37 +4,14 @@
 #include <algorithm>
 #include <cmath>
 
-#include "lang/evaluate.hpp"
 #include "numtext/numtext_adapter.hpp"
-#include "grammar/scan.hpp"
+#include "objects/types.hpp"
 
 namespace ostr::lang {
-namespace {
-
-constexpr std::string_view words[] = {">invalid_expression<", ">invalid_object<", ">invalid_assignment<",
-                                      ">evaluation_aborted<"};
-
-Value error_from_text(std::string_view t) {
-    for (std::size_t k = 0; k < std::size(words); ++k)
-        if (t == words[k]) return Value::failure(static_cast<Error>(k));
-    return Value::failure();
-}
-
-}  // namespace
-
-std::string_view error_word(Error e) noexcept { return words[static_cast<std::size_t>(e)]; }
 
 Value value_of(const obj::Object* o) {
-    switch (o->tag) {
-    case obj::numeric: return Value::number(obj::numeric_value(o));
-    case obj::algebraic: {
-        std::string_view t = obj::text_value(o);
-        if (scan::has_error_segment(t)) return error_from_text(t);
-        if (double v; formula::is_number(t, &v)) return Value::number({v, 0});
-        return Value::formula_of(Text(t));
-    }
-    default: return Value::object_of(ObjectPtr(obj::copy_object(o)));
-    }
+    if (auto f = obj::type_of(o->tag).value_of) return f(o);
+    return Value::object_of(ObjectPtr(obj::copy_object(o)));
 }
 
 formula::TextPair number_pair(Complex c) { return {number_text(c.re, 15), number_text(c.im, 15)}; }
@@ -82,9 +59,7 @@ Text display(const Value& v, int digits) {
     case Value::Kind::formula:
     case Value::Kind::pair: return joined(v.text);
     case Value::Kind::error: return Text(error_word(v.error));
-    case Value::Kind::object:
-        if (hooks().print) return hooks().print(v.obj.get(), digits);
-        return obj::type_name(v.obj.get());
+    case Value::Kind::object: return obj::print(v.obj.get(), digits);
     }
     return Text(error_word(Error::invalid_expression));
 }

@@ -1,81 +1,25 @@
-// The lightweight value of the evaluator: a complex number, a formula (a
-// pair of expression texts), an error word or an object. Values become
-// object records only when something stores them.
+// The evaluator's side of values: a stored object's value, values stored
+// as object records, and the text shown for a value.
 #pragma once
 
-#include <cstdint>
-#include <memory>
 #include <string_view>
 
-#include "formula/formula.hpp"
-#include "objects/object.hpp"
+#include "objects/value.hpp"
 
 namespace ostr::lang {
 
-enum class Error : std::uint8_t { invalid_expression, invalid_object, invalid_assignment, evaluation_aborted };
-std::string_view error_word(Error e) noexcept;
+// The value and its parts live beside the object record (objects/value.hpp)
+// so that the type table can name them; the evaluator knows them by these
+// names.
+using obj::Error;
+using obj::error_word;
+using obj::ObjectDeleter;
+using obj::ObjectPtr;
+using obj::Value;
 
-struct ObjectDeleter {
-    void operator()(obj::Object* o) const noexcept { obj::free_object(o); }
-};
-using ObjectPtr = std::unique_ptr<obj::Object, ObjectDeleter>;
-
-struct Value {
-    enum class Kind : std::uint8_t {
-        number,   // tag 12 "numeric"
-        formula,  // tag 1 "algebraic": re + i*im as texts
-        pair,     // tag 11: a text pair made by a higher layer
-        error,    // an error word; an algebraic object once stored
-        object,   // any other object, owned
-    };
-    Kind kind = Kind::number;
-    Error error = Error::invalid_expression;
-    Complex num{0.0, 0.0};
-    formula::TextPair text;
-    ObjectPtr obj;
-
-    static Value number(Complex c) {
-        Value v;
-        v.num = c;
-        return v;
-    }
-    static Value formula_of(Text re, Text im = Text("0")) {
-        Value v;
-        v.kind = Kind::formula;
-        v.text = {std::move(re), std::move(im)};
-        return v;
-    }
-    static Value failure(Error e = Error::invalid_expression) {
-        Value v;
-        v.kind = Kind::error;
-        v.error = e;
-        return v;
-    }
-    static Value object_of(ObjectPtr o) {
-        if (!o) return failure(Error::invalid_object);
-        Value v;
-        v.kind = Kind::object;
-        v.obj = std::move(o);
-        return v;
-    }
-
-    bool is_error() const noexcept { return kind == Kind::error; }
-    // The type tag that indexes the binary operation table.
-    std::uint32_t tag() const noexcept {
-        switch (kind) {
-        case Kind::number: return obj::numeric;
-        case Kind::formula:
-        case Kind::error: return obj::algebraic;
-        case Kind::pair: return obj::internal;
-        case Kind::object: return obj->tag;
-        }
-        return obj::algebraic;
-    }
-};
-
-// The value of a stored object: numbers and formulas as themselves, an
-// algebraic text that is or holds an error word as that error, any other
-// object as a copy.
+// The value of a stored object, as its type's record says: numbers and
+// formulas as themselves, an algebraic text that is or holds an error word
+// as that error, any other object as a copy.
 Value value_of(const obj::Object* o);
 
 // The text pair of a number, written with 15 significant digits.

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <new>
 
+#include "objects/types.hpp"
+
 namespace ostr::obj {
 namespace {
 
@@ -25,22 +27,6 @@ void drop(T* block) noexcept {
     block->~T();
     mem_free(block);
 }
-
-void release_array(void* v) { drop(static_cast<ArrayValue*>(v)); }
-void release_map(void* v) { drop(static_cast<MapValue*>(v)); }
-
-// Copying a container value takes a reference: the copy shares the block.
-void* share_array(void* v) {
-    ++static_cast<ArrayValue*>(v)->refs;
-    return v;
-}
-void* share_map(void* v) {
-    ++static_cast<MapValue*>(v)->refs;
-    return v;
-}
-
-const ValueHandlers array_value_handlers{release_array, nullptr, nullptr, share_array};
-const ValueHandlers map_value_handlers{release_map, nullptr, nullptr, share_map};
 
 // A block of its own for a holder whose block is shared: the items are
 // copied, and nested containers among them are shared one level down.
@@ -129,15 +115,28 @@ void free_item(Item& it) noexcept {
 ArrayValue* new_array() { return new_block<ArrayValue>(); }
 MapValue* new_map() { return new_block<MapValue>(); }
 
-const ValueHandlers& array_handlers() noexcept { return array_value_handlers; }
-const ValueHandlers& map_handlers() noexcept { return map_value_handlers; }
+void release_array(void* v) noexcept { drop(static_cast<ArrayValue*>(v)); }
+void release_map(void* v) noexcept { drop(static_cast<MapValue*>(v)); }
+
+// Copying a container value takes a reference: the copy shares the block.
+void* share_array(void* v) noexcept {
+    ++static_cast<ArrayValue*>(v)->refs;
+    return v;
+}
+void* share_map(void* v) noexcept {
+    ++static_cast<MapValue*>(v)->refs;
+    return v;
+}
+
+const ValueHandlers& array_handlers() noexcept { return type_of(array).handlers; }
+const ValueHandlers& map_handlers() noexcept { return type_of(map).handlers; }
 
 Object* make_array(ArrayValue* v, Arbenv* env, std::string_view name) {
-    return v ? make_object(env, array, name, v, array_value_handlers) : nullptr;
+    return v ? make_object(env, array, name, v, array_handlers()) : nullptr;
 }
 
 Object* make_map(MapValue* v, Arbenv* env, std::string_view name) {
-    return v ? make_object(env, map, name, v, map_value_handlers) : nullptr;
+    return v ? make_object(env, map, name, v, map_handlers()) : nullptr;
 }
 
 ArrayValue* writable_array(Object* holder) { return writable<ArrayValue>(holder); }

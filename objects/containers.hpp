@@ -61,10 +61,15 @@ void free_item(Item& item) noexcept;
 [[nodiscard]] ArrayValue* new_array();
 [[nodiscard]] MapValue* new_map();
 
-// The value handlers of the two tags: free drops a reference, copy takes
-// one. Saving is done by the environment stream, which knows both layouts.
+// The value handlers of the two tags, held in their records of the type
+// table: free drops a reference, copy takes one. Saving is done by the
+// environment stream, which knows both layouts.
 const ValueHandlers& array_handlers() noexcept;
 const ValueHandlers& map_handlers() noexcept;
+void release_array(void* v) noexcept;
+void release_map(void* v) noexcept;
+[[nodiscard]] void* share_array(void* v) noexcept;
+[[nodiscard]] void* share_map(void* v) noexcept;
 
 // An object of tag array / map holding the block (whose reference passes
 // to the object). Null when memory runs out (the reference is then dropped).

@@ -49,29 +49,23 @@ struct ValueHandlers {
 };
 
 struct Object;
-
-// One method of an object: its name and its signature text, the name with
-// the argument count in parentheses ("size(0)"; "append()" takes any).
-struct MethodEntry {
-    std::string_view name;
-    std::string_view signature;
-};
+struct Method;
 
 // The member record made with every object. It shares (does not own) the
 // abort text of the environment that made the object.
 struct Members {
     const Text* abort_text = nullptr;
-    std::vector<MethodEntry> methods;  // keyed by name, in registration order
-    std::vector<Object**> references;  // slots cleared when a node is freed
+    std::vector<const Method*> methods;  // rows of the type table, keyed by name, in registration order
+    std::vector<Object**> references;    // slots cleared when the object is freed
 };
 
 // Field order is the record's documented order.
 struct Object {
     Members* members;
     char* name;
-    std::uint8_t flag_a;  // 0 on creation: the private marker
-    std::uint8_t flag_b;  // 0 on creation: the locked marker of nodes
-    std::uint8_t flag_c;  // 1 on creation: the object is alive in its scope
+    std::uint8_t is_private;  // 0 on creation; the printer shows ": (private)"
+    std::uint8_t locked;      // 0 on creation; a locked node refuses edits
+    std::uint8_t alive;       // 1 on creation: the object is alive in its scope
     std::uint32_t tag;
     std::int32_t reserved;
     std::int32_t level;
@@ -90,22 +84,12 @@ struct BignumValue {
     std::int64_t field;
 };
 
-// Hooks that the types arriving later fill in; all may stay null.
-struct TypeHooks {
-    // Removes one edge of a node; false when it has none left.
-    bool (*remove_node_edge)(Object* node) = nullptr;
-    // Handlers of the value form of a tag whose values live above this
-    // layer (matrices, strings, arrays, ...).
-    ValueHandlers handlers[tag_count]{};
-};
-TypeHooks& type_hooks() noexcept;
-
 // The handlers of text values (algebraic objects and the like).
 const ValueHandlers& text_handlers() noexcept;
 
-// Common set-up of a new object: level from the environment, flag C set,
-// flags A and B clear, members with the environment's abort text, the
-// methods of its tag registered. Null when memory runs out; the value is
+// Common set-up of a new object: level from the environment, alive set,
+// private and locked clear, members with the environment's abort text, the
+// method rows of its type registered. Null when memory runs out; the value is
 // then released with the given free handler.
 [[nodiscard]] Object* make_object(Arbenv* env, std::uint32_t tag, std::string_view name, void* value,
                                   const ValueHandlers& handlers);
@@ -131,9 +115,8 @@ std::string_view tag_type_name(std::uint32_t tag) noexcept;
 // A new text holding the type name of the object.
 [[nodiscard]] Text type_name(const Object* object);
 
-// The method signatures of a tag in registration order, and lookup.
-std::span<const std::string_view> method_signatures(std::uint32_t tag) noexcept;
-const MethodEntry* find_method(const Object* object, std::string_view name) noexcept;
+// The method row of that name registered on the object, or null.
+const Method* find_method(const Object* object, std::string_view name) noexcept;
 
 inline Complex numeric_value(const Object* o) noexcept { return *static_cast<const Complex*>(o->value); }
 inline std::string_view text_value(const Object* o) noexcept {

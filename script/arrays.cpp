@@ -194,12 +194,11 @@ Value m_sum(obj::Object* self, std::span<Value>, Arbenv* env, std::uint32_t) {
         for (const Item& it : a.items) s.re += it.num.re, s.im += it.num.im;
         return Value::number({s.re + 0.0, s.im + 0.0});
     }
-    lang::Globals* g = lang::globals();
-    if (!g) return fail();
+    if (!lang::globals()) return fail();
     Value acc = number(0);
     for (const Item& it : a.items) {
         Value v = lang::item_value(it);
-        acc = g->table[acc.tag()][v.tag()](acc, v, '+', env, lang::OperandTexts{});
+        acc = obj::binary_handler(acc.tag(), v.tag())(acc, v, '+', env, lang::OperandTexts{});
         if (acc.is_error()) return acc;
     }
     return acc;

@@ -16,7 +16,8 @@ namespace {
 
 // Words that would lose their meaning as statements if they held values.
 bool reserved(std::string_view name) {
-    return name == "break" || name == "else" || name == "elseif" || is_placeholder(name);
+    const StatementWord* w = statement_word(name);
+    return (w && w->reserved) || is_placeholder(name);
 }
 
 }  // namespace
@@ -119,9 +120,10 @@ const obj::Object* find_function(Arbenv* env, std::string_view name) {
     return nullptr;
 }
 
-// The value of an object of another scope, held by env from now on.
+// The value of an object of another scope, held by env from now on: the
+// types that have a value of their own (numbers, formulas) give it.
 lang::Value value_in(const obj::Object* o, Arbenv* env) {
-    if (o->tag == obj::numeric || o->tag == obj::algebraic) return lang::value_of(o);
+    if (obj::type_of(o->tag).value_of) return lang::value_of(o);
     return lang::Value::object_of(lang::ObjectPtr(obj::copy_object(o, env)));
 }
 

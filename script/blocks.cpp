@@ -16,7 +16,6 @@
 namespace ostr::script {
 namespace {
 
-enum class Keyword : std::uint8_t { none, if_, for_, private_, other };
 enum class Kind : std::uint8_t { assign, block, empty, brk, expr, else_, elseif };
 
 }  // namespace
@@ -35,7 +34,7 @@ struct Element {
 };
 
 struct Shape {
-    Keyword keyword = Keyword::none;
+    Word keyword = Word::none;
     std::vector<Element> elements;
 };
 
@@ -54,9 +53,11 @@ Element classify(std::string_view t) {
     Element e;
     e.kind = Kind::expr;
     e.text = Text(t);
+    const StatementWord* w = statement_word(t);
+    const Word word = w ? w->word : Word::none;
     if (t.empty()) {
         e.kind = Kind::empty;
-    } else if (t == "break") {
+    } else if (word == Word::break_) {
         e.kind = Kind::brk;
     } else if (assignment_form(t)) {
         e.kind = Kind::assign;
@@ -75,18 +76,19 @@ Element classify(std::string_view t) {
             e.block = shape_of(t, true);
         }
     } else {
-        if (t == "else") e.kind = Kind::else_;
-        if (t == "elseif") e.kind = Kind::elseif;
+        if (word == Word::else_) e.kind = Kind::else_;
+        if (word == Word::elseif) e.kind = Kind::elseif;
         e.expr = lang::prepare(t);
     }
     return e;
 }
 
-Keyword keyword_of(std::string_view kw) {
-    if (kw == "if") return Keyword::if_;
-    if (kw == "for" || kw == "while") return Keyword::for_;
-    if (kw == "private") return Keyword::private_;
-    return kw.empty() ? Keyword::none : Keyword::other;
+// The block a keyword opens: none for no keyword, other for a word that
+// opens no block of the statement language.
+Word keyword_of(std::string_view kw) {
+    if (kw.empty()) return Word::none;
+    const StatementWord* w = statement_word(kw);
+    return w && w->block ? w->word : Word::other;
 }
 
 std::shared_ptr<const Shape> analyse(std::string_view text, bool block) {
@@ -291,11 +293,10 @@ Status run_shape(const Shape& shape, Arbenv* env) {
     env->history_flag = 0;
     Status st = Status::done;
     switch (s->keyword) {
-    case Keyword::if_: st = run_if(*s, env); break;
-    case Keyword::for_: st = run_for(*s, env); break;
-    case Keyword::private_: st = run_list(s->elements, 0, s->elements.size(), env); break;
-    case Keyword::none:
-    case Keyword::other: break;
+    case Word::if_: st = run_if(*s, env); break;
+    case Word::for_: st = run_for(*s, env); break;
+    case Word::private_: st = run_list(s->elements, 0, s->elements.size(), env); break;
+    default: break;  // no block of the statement language
     }
     return aborted(env) ? Status::failed : st;
 }
@@ -316,19 +317,19 @@ std::optional<lang::Value> statement_value(std::string_view text, Arbenv* env) {
 }
 
 bool runs_as_block(std::string_view text) {
-    Keyword kw = keyword_of(block_keyword(text));
-    return kw != Keyword::none && kw != Keyword::other;
+    Word kw = keyword_of(block_keyword(text));
+    return kw != Word::none && kw != Word::other;
 }
 
 std::optional<lang::Value> block_value(std::string_view text, Arbenv* env) {
-    Keyword kw = keyword_of(block_keyword(text));
+    Word kw = keyword_of(block_keyword(text));
     // The value of an "if" or "private" is the "return" its elements leave
     // behind; one left by an earlier statement must not count.
-    if (kw != Keyword::for_) obj::remove(env, "return");
+    if (kw != Word::for_) obj::remove(env, "return");
     Status st = run_block(text, env);
     if (st == Status::failed)
         return lang::Value::failure(aborted(env) ? lang::Error::evaluation_aborted : lang::Error::invalid_expression);
-    if (kw == Keyword::for_) return std::nullopt;
+    if (kw == Word::for_) return std::nullopt;
     const obj::Object* r = obj::find(env, "return");
     if (!r) return std::nullopt;
     return lang::value_of(r);

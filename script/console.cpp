@@ -7,13 +7,13 @@
 #include "grammar/scan.hpp"
 #include "lang/globals.hpp"
 #include "ostravine/script.h"
+#include "script/help.hpp"
 #include "script/script.hpp"
 
 namespace ostr::script {
 namespace {
 
 // The words of the statement language; a block keyword comes with its ":".
-constexpr std::string_view statement_words[] = {"if:", "for:", "while:", "private:", "break", "else", "elseif"};
 
 struct Names {
     std::string_view prefix;
@@ -32,10 +32,17 @@ struct Names {
     }
 };
 
-// The methods of an object's type, by the signatures of its tag; the
-// members of a scope object (a class instance) too.
+// The methods of an object's type: the rows of its type record and the
+// methods its layer adds (the help table knows them all); the members of a
+// scope object (a class instance) too.
 void add_members(const obj::Object* o, Names& names) {
-    for (std::string_view sig : obj::method_signatures(o->tag)) names.add(sig.substr(0, sig.find('(')), "(");
+    for (const obj::Method& m : obj::type_of(o->tag).methods) names.add(m.name, "(");
+    const HelpKind kind = o->tag == obj::string ? HelpKind::string_method
+                          : o->tag == obj::array ? HelpKind::array_method
+                                                 : HelpKind::map_method;
+    if (o->tag == obj::string || o->tag == obj::array || o->tag == obj::map)
+        for (const HelpText& h : help_texts())
+            if (h.kind == kind) names.add(h.name, "(");
     if (o->tag == obj::scoped && o->value) {
         const auto* scope = static_cast<const Arbenv*>(o->value);
         names.add_table(scope->objects);
@@ -48,7 +55,7 @@ void add_members(const obj::Object* o, Names& names) {
 void add_visible(const Arbenv* env, Names& names) {
     if (const lang::Globals* g = lang::globals())
         for (const auto& [name, b] : g->builtins) names.add(name, "(");
-    for (std::string_view w : statement_words) names.add(w);
+    for (const StatementWord& w : statement_words) names.add(w.text, w.block ? ":" : "");
     for (; env; env = env->parent) {
         names.add_table(env->objects);
         names.add_table(env->functions, "(");

@@ -1,6 +1,7 @@
 // How the statement layer joins the evaluator: the globals are built by the
-// evaluator and then completed here (hooks, string arithmetic, the
-// "sigdigits" command), so the dependency stays one-way.
+// evaluator and then completed here (hooks, the string type's printer,
+// comparison and arithmetic, the "sigdigits" command), so the dependency
+// stays one-way.
 #include <cmath>
 
 #include "lang/globals.hpp"
@@ -33,7 +34,8 @@ bool atom(std::string_view text, Arbenv* env, lang::Value* out) {
     if (string_method_call(text, env, out)) return true;
     std::string_view kw = block_keyword(text);
     if (!kw.empty()) {
-        if (kw != "if" && kw != "for" && kw != "while" && kw != "private") return false;
+        const StatementWord* w = statement_word(kw);
+        if (!w || !w->block) return false;
         std::optional<lang::Value> v = statement_value(text, env);
         *out = v ? std::move(*v) : lang::Value::failure();
         return true;
@@ -45,11 +47,6 @@ bool atom(std::string_view text, Arbenv* env, lang::Value* out) {
     if (call_function(text, open, env, out)) return true;
     *out = lang::Value::formula_of(Text(text));
     return true;
-}
-
-int compare(const lang::Value& a, const lang::Value& b, lang::ops::Cond c) {
-    if (int r = container_compare(a, b, c); r >= 0) return r;
-    return string_compare(a, b, c);
 }
 
 // sigdigits(n): the count of significant digits shown, 1 to 15.
@@ -68,11 +65,16 @@ void install() {
     lang::Hooks& h = lang::hooks();
     h.lookup = lookup;
     h.atom = atom;
-    h.print = print_object;
-    h.compare = compare;
-    if (lang::Globals* g = lang::globals()) {
-        g->table[obj::string][obj::string] = string_arithmetic;
-        g->table[obj::string][obj::numeric] = g->table[obj::numeric][obj::string] = string_arithmetic;
+    obj::TypeTable& t = obj::type_table();
+    t.types[obj::string].print = print_string;
+    t.types[obj::string].compare = string_compare;
+    for (obj::Tag c : {obj::array, obj::map}) {
+        t.types[c].print = print_container;
+        t.types[c].compare = container_compare;
+    }
+    if (lang::globals()) {
+        t.types[obj::string].binary[obj::string] = string_arithmetic;
+        t.types[obj::string].binary[obj::numeric] = t.types[obj::numeric].binary[obj::string] = string_arithmetic;
         lang::register_builtin("sigdigits(1)", sigdigits);
         install_environment_files();
         install_string_functions();

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <charconv>
 
-#include "numtext/numtext_adapter.hpp"
 #include "script/script.hpp"
 
 namespace ostr::script {
@@ -155,13 +154,8 @@ Text substitute(std::string_view text, Arbenv* env) {
         std::string_view name = text.substr(i, end - i + 1);
         auto it = table.find(name);
         if (it == table.end()) { out += name; i = end; continue; }
-        const obj::Object* o = it->second;
-        switch (o->tag) {
-        case obj::string: out += quoted(obj::text_value(o)); break;
-        case obj::algebraic: out += obj::text_value(o); break;
-        case obj::numeric: out += lang::number_text(obj::numeric_value(o).re, 15); break;
-        default: out += name; break;
-        }
+        // Only lifted strings live here: they print quoted.
+        out += obj::print(it->second, 15);
         i = end;
     }
     return out;

@@ -13,6 +13,7 @@
 #include "lang/evaluate.hpp"
 #include "lang/value.hpp"
 #include "objects/environment.hpp"
+#include "objects/types.hpp"
 
 namespace ostr::script {
 
@@ -76,6 +77,30 @@ std::vector<std::string_view> split_statements(std::string_view text);
 // keyword ":" ... ";" with the ":" matching the final ";": the keyword,
 // else empty.
 std::string_view block_keyword(std::string_view text);
+
+// The words of the statement language, one row each. A block word opens
+// "word:...;" ("while" runs as a "for"); the others stand alone as elements
+// of a block. A reserved word cannot hold a value: it would lose its meaning
+// as a statement.
+enum class Word : std::uint8_t { none, if_, for_, private_, else_, elseif, break_, other };
+struct StatementWord {
+    std::string_view text;
+    Word word;
+    bool block;
+    bool reserved;
+};
+inline constexpr StatementWord statement_words[] = {
+    {"if", Word::if_, true, false},         {"for", Word::for_, true, false},
+    {"while", Word::for_, true, false},     {"private", Word::private_, true, false},
+    {"else", Word::else_, false, true},     {"elseif", Word::elseif, false, true},
+    {"break", Word::break_, false, true},
+};
+// The row of a word, or null.
+inline const StatementWord* statement_word(std::string_view text) noexcept {
+    for (const StatementWord& w : statement_words)
+        if (w.text == text) return &w;
+    return nullptr;
+}
 
 // Statement status inside blocks.
 enum class Status : std::uint8_t { failed = 0, done = 1, broke = 2 };
@@ -143,7 +168,7 @@ void start_line();
 // Strings: values, printing, arithmetic.
 [[nodiscard]] obj::Object* make_string(std::string_view text, std::string_view name, Arbenv* env);
 Text quoted(std::string_view text);
-Text print_object(const obj::Object* o, int digits);
+Text print_string(const obj::Object* o, int digits);
 Text print_value(const lang::Value& v, Arbenv* env);
 lang::Value string_arithmetic(lang::Value& l, lang::Value& r, char op, Arbenv* env, const lang::OperandTexts&);
 int string_compare(const lang::Value& a, const lang::Value& b, lang::ops::Cond c);

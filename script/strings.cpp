@@ -1,9 +1,8 @@
-// String values and the object printer: strings are objects of tag 4 whose
-// value is a zero-terminated text; they print in double quotes with their
-// escapes, join with "+" and compare in byte order.
+// String values: objects of tag 4 whose value is a zero-terminated text;
+// they print in double quotes with their escapes, join with "+" and compare
+// with "==" and "~=" (the string type's printer, arithmetic and comparison).
 #include <cstring>
 
-#include "script/containers.hpp"
 #include "script/script.hpp"
 
 namespace ostr::script {
@@ -30,16 +29,7 @@ Text quoted(std::string_view s) {
     return out;
 }
 
-Text print_object(const obj::Object* o, int digits) {
-    switch (o->tag) {
-    case obj::string: return quoted(obj::text_value(o));
-    case obj::algebraic: return Text(obj::text_value(o));
-    case obj::numeric: return lang::display(lang::Value::number(obj::numeric_value(o)), digits);
-    case obj::array:
-    case obj::map: return print_container(o, digits);
-    default: return obj::type_name(o);
-    }
-}
+Text print_string(const obj::Object* o, int) { return quoted(obj::text_value(o)); }
 
 Text print_value(const lang::Value& v, Arbenv* env) {
     Text t = lang::display(v, env->significant_digits);

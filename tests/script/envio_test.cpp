@@ -17,6 +17,7 @@
 #include "ostravine/persist.h"
 #include "ostravine/script.h"
 #include "objects/environment.hpp"
+#include "objects/types.hpp"
 #include "support/counting_alloc.hpp"
 
 namespace ostr::test {
@@ -119,7 +120,7 @@ void* read_text_value(void* stream, std::uint32_t mode) {
 }
 
 TEST_F(EnvStream, EveryTagTravelsThroughItsHandlers) {
-    auto& slot = obj::type_hooks().handlers[obj::matrix];
+    auto& slot = obj::type_table().types[obj::matrix].handlers;
     const obj::ValueHandlers saved = slot;
     slot = {freeRBNodeValueString, write_text_value, read_text_value, copyRBNodeValueString};
     obj::store(env_, obj::make_object(env_, obj::matrix, "m", copyRBNodeValueString(const_cast<char*>("k=v")), slot));

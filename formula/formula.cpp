@@ -185,6 +185,16 @@ std::vector<Item> flattened(std::vector<Item> terms) {
 
 }  // namespace
 
+// A chain a^b^c^... nests its exponents as deep as it is long (the reader's depth bound
+// does not see a chain of one operator); its spine is taken apart in a loop, so freeing it
+// costs no stack per level. Other positions nest only as deep as the reader descends.
+Node::~Node() {
+    while (!items.empty() && !items.back().node.items.empty()) {
+        std::vector<Item> next = std::move(items.back().node.items);
+        items = std::move(next);
+    }
+}
+
 bool stopping(bool now) {
     State& s = state();
     if (s.stopped) return true;
@@ -520,10 +530,16 @@ void print(const Node& n, Text& out) {
             put_product(n, false, false, out);
             return;
         case Kind::power:
-            put_in(n.items[0].node, Slot::base, out);
-            out += '^';
-            put_in(n.items[1].node, Slot::exponent, out);
-            return;
+            // An exponent that is a power takes no brackets: the spine of a^b^c^... is
+            // written in a loop, as long as the chain may be.
+            for (const Node* p = &n;; p = &p->items[1].node) {
+                put_in(p->items[0].node, Slot::base, out);
+                out += '^';
+                if (p->items[1].node.kind != Kind::power || stopping()) {
+                    put_in(p->items[1].node, Slot::exponent, out);
+                    return;
+                }
+            }
     }
 }
 

@@ -28,6 +28,13 @@ struct Item;
 //            (conditions, lists, postfix operands, and text beyond max_depth) are
 //            bracketed wherever they stand as an operand.
 struct Node {
+    Node() = default;
+    Node(Node&&) noexcept = default;
+    Node(const Node&) = default;
+    Node& operator=(Node&&) noexcept = default;
+    Node& operator=(const Node&) = default;
+    ~Node();
+
     Kind kind = Kind::number;
     bool opaque = false;
     double value = 0;

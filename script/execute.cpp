@@ -193,6 +193,7 @@ public:
     ~LineEnd() {
         if (!env_) return;
         if (State* s = core::part_if_made<State, core::script_slot>()) s->line_running = false;
+        formula::clear_stop();
         Arbenv* top = obj::top_level_of(env_);
         if (top->placeholders) obj::clear_table(*top->placeholders);
         obj::remove(top, "return");

@@ -612,7 +612,8 @@ std::optional<Text> chain_power(std::string_view a, std::string_view b) {
     Text out(base.text);
     out += '^';
     out.append(b);
-    s.chain = out;
+    if (s.chain.capacity() < out.size()) s.chain.reserve(2 * out.size());  // grows by doubling
+    s.chain.assign(out);
     return out;
 }
 

@@ -169,6 +169,7 @@ int main(int argc, char **argv) {
     TerminateGlobals();
     if (stopped_by) {
         /* Saved; now end as the signal would have, so the parent sees it. */
+        wipe_stdio();  /* no exit handler runs after the signal */
         signal(stopped_by, SIG_DFL);
         raise(stopped_by);
     }

@@ -12,7 +12,7 @@ namespace ostr::core {
 // One slot per component that keeps state, bottom to top: parts are made in
 // this order and freed in the reverse one, so a part may still use the parts
 // below it while it is freed.
-enum Slot : int { persist_slot, objects_slot, lang_slot, script_slot, slot_count };
+enum Slot : int { persist_slot, objects_slot, formula_slot, lang_slot, script_slot, slot_count };
 
 struct Part {
     void* data = nullptr;

@@ -11,6 +11,7 @@
 
 #include "formula/formula_number.hpp"
 #include "formula/formula_tree.hpp"
+#include "grammar/scan.hpp"
 
 namespace ostr::formula {
 namespace detail {
@@ -183,6 +184,24 @@ std::vector<Item> flattened(std::vector<Item> terms) {
 }
 
 }  // namespace
+
+// A chain a^b^c^... nests its exponents as deep as it is long (the reader's depth bound
+// does not see a chain of one operator); its spine is taken apart in a loop, so freeing it
+// costs no stack per level. Other positions nest only as deep as the reader descends.
+Node::~Node() {
+    while (!items.empty() && !items.back().node.items.empty()) {
+        std::vector<Item> next = std::move(items.back().node.items);
+        items = std::move(next);
+    }
+}
+
+bool stopping(bool now) {
+    State& s = state();
+    if (s.stopped) return true;
+    if (!s.expired || (!now && (++s.ticks & 1023u) != 0)) return false;
+    s.stopped = s.expired();
+    return s.stopped;
+}
 
 Node number(double v) {
     Node n;
@@ -496,6 +515,7 @@ void put_product(const Node& n, bool flip, bool bare, Text& out) {
 }  // namespace
 
 void print(const Node& n, Text& out) {
+    if (stopping()) return;
     switch (n.kind) {
         case Kind::number:
             put_number(n, false, out);
@@ -510,10 +530,16 @@ void print(const Node& n, Text& out) {
             put_product(n, false, false, out);
             return;
         case Kind::power:
-            put_in(n.items[0].node, Slot::base, out);
-            out += '^';
-            put_in(n.items[1].node, Slot::exponent, out);
-            return;
+            // An exponent that is a power takes no brackets: the spine of a^b^c^... is
+            // written in a loop, as long as the chain may be.
+            for (const Node* p = &n;; p = &p->items[1].node) {
+                put_in(p->items[0].node, Slot::base, out);
+                out += '^';
+                if (p->items[1].node.kind != Kind::power || stopping()) {
+                    put_in(p->items[1].node, Slot::exponent, out);
+                    return;
+                }
+            }
     }
 }
 
@@ -564,6 +590,42 @@ bool is_zero(std::string_view t) {
     return is_number(t, &v) && v == 0;
 }
 
+Text aborted_text() { return Text(">evaluation_aborted<"); }
+
+bool plain_name(const Node& n) {
+    return n.kind == detail::Kind::atom && !n.opaque && lang::scan::is_plain_name(n.text);
+}
+
+// x^x^...^x is folded from the right, one name per step, and reading the whole exponent
+// again at every step made such a chain quadratic. A chain of plain names n1^n2^...^nk
+// reads as the right-nested powers of its names (the reader cuts it at every ^) with
+// nothing to simplify (make_power of two operands that are not numbers is the plain
+// node), and prints back as the same text: so a name m raised to it is the text
+// m^n1^...^nk, which is again such a chain. The last chain written is remembered, and a
+// power whose exponent is that text and whose base reads as a plain name is written
+// without reading the exponent; the answer is the one the full reading gives.
+std::optional<Text> chain_power(std::string_view a, std::string_view b) {
+    detail::State& s = detail::state();
+    if (s.chain.empty() || b != std::string_view(s.chain)) return std::nullopt;
+    Node base = detail::parse(a);
+    if (!plain_name(base)) return std::nullopt;
+    Text out(base.text);
+    out += '^';
+    out.append(b);
+    if (s.chain.capacity() < out.size()) s.chain.reserve(2 * out.size());  // grows by doubling
+    s.chain.assign(out);
+    return out;
+}
+
+// Remembers r's text when r is such a chain of plain names.
+void remember_chain(const Node& r, const Text& text) {
+    const Node* n = &r;
+    if (n->kind != detail::Kind::power) return;
+    for (; n->kind == detail::Kind::power; n = &n->items[1].node)
+        if (!plain_name(n->items[0].node)) return;
+    if (plain_name(*n)) detail::state().chain = text;
+}
+
 }  // namespace
 
 bool is_number(std::string_view t, double* value) {
@@ -574,12 +636,36 @@ bool is_number(std::string_view t, double* value) {
 }
 
 Text combine(std::string_view a, char op, std::string_view b) {
+    if (detail::stopping(true)) return aborted_text();
+    if (op == '^') {
+        if (auto chained = chain_power(a, b)) return std::move(*chained);
+    }
     auto r = apply(detail::parse(a), op, detail::parse(b));
     if (!r) return Text(">invalid_expression<");
-    return printed(*r);
+    Text out = printed(*r);
+    if (detail::state().stopped) return aborted_text();
+    if (op == '^') remember_chain(*r, out);
+    return out;
 }
 
-Text negate(std::string_view a) { return printed(detail::negated(detail::parse(a))); }
+Text negate(std::string_view a) {
+    if (detail::stopping(true)) return aborted_text();
+    Text out = printed(detail::negated(detail::parse(a)));
+    return detail::state().stopped ? aborted_text() : out;
+}
+
+void set_stop_check(bool (*expired)() noexcept) noexcept {
+    if (auto* s = core::part_or_null<detail::State, core::formula_slot>()) s->expired = expired;
+}
+
+bool stopped() noexcept {
+    auto* s = core::part_if_made<detail::State, core::formula_slot>();
+    return s && s->stopped;
+}
+
+void clear_stop() noexcept {
+    if (auto* s = core::part_if_made<detail::State, core::formula_slot>()) s->stopped = false;
+}
 
 TextPair conjugate(const TextPair& a) { return {a.re, negate(a.im)}; }
 

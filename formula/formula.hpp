@@ -44,4 +44,13 @@ struct TextPair {
 // Whether t is a numeric literal of the language; its value goes to *value when asked.
 bool is_number(std::string_view t, double* value = nullptr);
 
+// The bound on the work of a line. A layer above that bounds the time of a line sets
+// `expired`; the operations above ask it on entry and every few thousand nodes they
+// read or write, and once it answers true they stop: they answer the text
+// ">evaluation_aborted<", and so does every operation after, until clear_stop.
+// `stopped` tells the caller that a result is such an answer.
+void set_stop_check(bool (*expired)() noexcept) noexcept;
+bool stopped() noexcept;
+void clear_stop() noexcept;
+
 }  // namespace ostr::formula

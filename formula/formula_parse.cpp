@@ -36,6 +36,7 @@ public:
     Builder(const grammar::Tree& tree, std::string_view text) : t_(tree), s_(text) {}
 
     Node build(std::uint32_t index) const {
+        if (stopping()) return number(0);
         const grammar::Node& n = t_[index];
         switch (n.kind) {
             case G::empty:

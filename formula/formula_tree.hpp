@@ -7,6 +7,7 @@
 
 #include "core/limits.hpp"
 #include "core/memory.hpp"
+#include "core/runtime.hpp"
 
 namespace ostr::formula::detail {
 
@@ -27,6 +28,13 @@ struct Item;
 //            (conditions, lists, postfix operands, and text beyond max_depth) are
 //            bracketed wherever they stand as an operand.
 struct Node {
+    Node() = default;
+    Node(Node&&) noexcept = default;
+    Node(const Node&) = default;
+    Node& operator=(Node&&) noexcept = default;
+    Node& operator=(const Node&) = default;
+    ~Node();
+
     Kind kind = Kind::number;
     bool opaque = false;
     double value = 0;
@@ -45,6 +53,20 @@ Node negated(Node n);
 Node make_sum(std::vector<Item> terms);
 Node make_product(std::vector<Item> factors);
 Node make_power(Node base, Node exponent);
+
+// The formula part of the runtime record: the stop check of the line under way, whether
+// it has fired, and the last chain of names written by `^` (see combine).
+struct State {
+    bool (*expired)() noexcept = nullptr;
+    bool stopped = false;
+    unsigned ticks = 0;
+    Text chain;
+};
+inline State& state() { return core::part_of<State, core::formula_slot>(); }
+
+// Whether the work under way gives up. Reading and printing ask on every node; the stop
+// check itself (a clock read) runs on every 1024th question, or at once with `now`.
+bool stopping(bool now = false);
 
 // The tree of a text; atoms point into `text`, which must outlive the tree.
 Node parse(std::string_view text);

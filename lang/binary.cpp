@@ -40,6 +40,7 @@ formula::TextPair pair_of(const Value& v) {
 // result whose two texts are numbers becomes a number again.
 Value formula_pair(Value& l, Value& r, char op, Arbenv*, const OperandTexts&) {
     auto result = formula::combine_pair(pair_of(l), op, pair_of(r));
+    if (formula::stopped()) return Value::failure(Error::evaluation_aborted);
     if (!result || result->re.size() + result->im.size() > max_formula_text) return Value::failure();
     double re, im;
     if (formula::is_number(result->re, &re) && formula::is_number(result->im, &im))

@@ -303,6 +303,17 @@ bool stopped(Arbenv* env) {
     return true;
 }
 
+// Formula work that ran past the time of the line, or was interrupted, gave up halfway
+// (formula.hpp): the line is aborted as the statement layer aborts it, so every
+// statement after answers the same.
+Value stopped_or(Value v, Arbenv* env) {
+    if (!formula::stopped()) return v;
+    Text reason(core::abort_requested() ? "interrupted" : "time limit");
+    for (; env; env = env->parent)
+        if (env->abort_text.empty()) env->abort_text = reason;
+    return Value::failure(Error::evaluation_aborted);
+}
+
 }  // namespace
 
 Hooks& hooks() { return state().hooks; }
@@ -314,7 +325,7 @@ Value evaluate(std::string_view text, Arbenv* env) {
     DepthGuard guard;
     if (guard.too_deep()) return Value::failure();
     std::shared_ptr<const Compiled> c = analysed(*g, text);
-    return Evaluator(*c, env, *g).eval(c->tree.root);
+    return stopped_or(Evaluator(*c, env, *g).eval(c->tree.root), env);
 }
 
 Prepared prepare(std::string_view text) {
@@ -328,7 +339,7 @@ Value evaluate(const Prepared& c, Arbenv* env) {
     if (stopped(env)) return Value::failure(Error::evaluation_aborted);
     DepthGuard guard;
     if (guard.too_deep()) return Value::failure();
-    return Evaluator(*c, env, *g).eval(c->tree.root);
+    return stopped_or(Evaluator(*c, env, *g).eval(c->tree.root), env);
 }
 
 std::vector<Value> evaluate_list(std::string_view text, Arbenv* env) {

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <ctime>
 
+#include "formula/formula.hpp"
 #include "grammar/scan.hpp"
 #include "lang/text_cache.hpp"
 #include "script/script.hpp"
@@ -191,6 +192,8 @@ public:
     LineEnd(Arbenv* env, bool top_level) noexcept : env_(top_level ? env : nullptr) {}
     ~LineEnd() {
         if (!env_) return;
+        if (State* s = core::part_if_made<State, core::script_slot>()) s->line_running = false;
+        formula::clear_stop();
         Arbenv* top = obj::top_level_of(env_);
         if (top->placeholders) obj::clear_table(*top->placeholders);
         obj::remove(top, "return");
@@ -254,11 +257,22 @@ DepthGuard::DepthGuard(Arbenv* env) : ok_(++state().depth <= limits().max_depth)
 }
 DepthGuard::~DepthGuard() { --state().depth; }
 
+// The formula module's stop check: the top-level line under way has run past its time,
+// or a stop was requested (RequestAbort).
+bool line_expired() noexcept {
+    const State* s = core::part_if_made<State, core::script_slot>();
+    if (!s || !s->line_running) return false;
+    return core::abort_requested() || now_seconds() - s->line_start > s->limits.max_seconds;
+}
+
 void start_line() {
     State& s = state();
     s.passes = 0;
     s.line_start = now_seconds();
     core::clear_abort_request();
+    s.line_running = true;
+    formula::set_stop_check(&line_expired);
+    formula::clear_stop();
 }
 
 bool count_pass(Arbenv* env) {

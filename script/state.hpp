@@ -31,6 +31,7 @@ struct State {
     int depth = 0;           // user calls and blocks nested together
     std::uint64_t passes = 0;  // loop passes of the top-level line
     double line_start = 0;     // when the top-level line began, in seconds
+    bool line_running = false; // a top-level line is under way (its time counts)
     Limits limits;
     std::vector<Text> init_lines;  // the start-up script, read once
 };

@@ -112,7 +112,26 @@ static void tell_skipped_script(const char *name) {
            name);
 }
 
+/* stdio keeps what passes through a stream in its buffer: the typed lines in
+   stdin's, the answers in stdout's. Both buffers are the console's own, in
+   the modes stdio would choose, so that it can wipe them at exit once the
+   last answer is flushed (exit flushes again, finding nothing left). */
+static char in_buffer[BUFSIZ], out_buffer[BUFSIZ];
+
+static void wipe_stdio(void) {
+    fflush(stdout);
+    wipe_bytes(in_buffer, sizeof in_buffer);
+    wipe_bytes(out_buffer, sizeof out_buffer);
+}
+
+static void own_stdio_buffers(void) {
+    setvbuf(stdin, in_buffer, isatty(STDIN_FILENO) ? _IOLBF : _IOFBF, sizeof in_buffer);
+    setvbuf(stdout, out_buffer, isatty(STDOUT_FILENO) ? _IOLBF : _IOFBF, sizeof out_buffer);
+    atexit(wipe_stdio);
+}
+
 int main(int argc, char **argv) {
+    own_stdio_buffers();
     /* A write past the file size limit or into a closed pipe then fails with
        an error the save reports, instead of ending the process on the spot. */
     signal(SIGXFSZ, SIG_IGN);
@@ -150,6 +169,7 @@ int main(int argc, char **argv) {
     TerminateGlobals();
     if (stopped_by) {
         /* Saved; now end as the signal would have, so the parent sees it. */
+        wipe_stdio();  /* no exit handler runs after the signal */
         signal(stopped_by, SIG_DFL);
         raise(stopped_by);
     }

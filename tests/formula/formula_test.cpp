@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "core/runtime.hpp"
 #include "formula/formula.hpp"
 
 namespace {
@@ -139,3 +140,49 @@ TEST(Formula, MalformedTextsAreKeptWhole) {
 }
 
 }  // namespace
+
+namespace ostr::test {
+namespace {
+
+// Raised to the chain it wrote last, a base is written without reading the chain again;
+// the answer must be the one a fresh reading gives (the remembered chain is dropped with
+// the formula part of the runtime record). Bases that are no plain name, and exponents
+// that only look like a chain, take the full reading.
+TEST(Formula, ChainedPowersAnswerAsAFreshReading) {
+    const char* bases[] = {"x", "(y)", "((z1))", "-x", "2", "1", "sin(x)", "x1e", "x+1", "x*y", "x^2", "a.b", "i"};
+    const char* starts[][2] = {{"x", "y"}, {"y", "x^z"}, {"(x)", "y"}, {"x", "2"}, {"x", "y^2"}, {"2", "x"}};
+    for (auto& start : starts) {
+        for (const char* base : bases) {
+            core::free_part(core::formula_slot);
+            Text chain = formula::combine(start[0], '^', start[1]);
+            Text remembered = formula::combine(base, '^', chain);
+            Text again = formula::combine(base, '^', chain);
+            core::free_part(core::formula_slot);
+            Text fresh = formula::combine(base, '^', chain);
+            EXPECT_EQ(str(remembered), str(fresh)) << base << " ^ " << str(chain);
+            EXPECT_EQ(str(again), str(fresh)) << base << " ^ " << str(chain);
+        }
+    }
+    Text chain("x");
+    for (int k = 0; k < 5000; ++k) chain = formula::combine(k % 2 ? "y" : "x", '^', chain);
+    EXPECT_EQ(chain.size(), 10001u);
+    EXPECT_EQ(str(formula::combine("2", '*', chain)), "2*" + str(chain));
+}
+
+bool expired() noexcept { return true; }
+
+// Once the stop check fires, every operation answers the abort until it is cleared.
+TEST(Formula, StopCheckAbortsEveryOperation) {
+    formula::set_stop_check(&expired);
+    EXPECT_EQ(str(formula::combine("x", '+', "1")), ">evaluation_aborted<");
+    EXPECT_TRUE(formula::stopped());
+    formula::set_stop_check(nullptr);
+    EXPECT_EQ(str(formula::negate("x")), ">evaluation_aborted<");
+    formula::clear_stop();
+    EXPECT_FALSE(formula::stopped());
+    EXPECT_EQ(str(formula::combine("x", '+', "1")), "x+1");
+    EXPECT_EQ(str(formula::negate("x-1")), "1-x");
+}
+
+}  // namespace
+}  // namespace ostr::test

@@ -32,8 +32,10 @@ bool error_word(const std::string& a) {
     return false;
 }
 
-// Relative: export writes only below the working directory.
+// Relative: export writes only below the working directory. One file per test, since
+// CTest runs the tests of this suite side by side.
 const std::string env_file = "ostravine_oom_test.env";
+const std::string export_file = "ostravine_oom_export_test.env";
 
 struct Case {
     std::vector<std::string> setup;  // lines run before the swept one
@@ -117,7 +119,7 @@ TEST(OutOfMemory, ScriptLines) {
 
 // export writes the whole file or, when memory runs out first, none.
 TEST(OutOfMemory, ExportWritesAllOrNothing) {
-    const std::string line = "export(\"" + env_file + "\")";
+    const std::string line = "export(\"" + export_file + "\")";
     struct State {
         Arbenv* env;
         char* answer;
@@ -126,7 +128,7 @@ TEST(OutOfMemory, ExportWritesAllOrNothing) {
     sweep_allocations(
         counter, "export",
         [&] {
-            std::remove(env_file.c_str());
+            std::remove(export_file.c_str());
             EXPECT_EQ(InitializeGlobals(nullptr, 0), 1);
             State s{InitializeTopLevelEnvironment(), nullptr};
             run(s.env, "x=5,w=\"text\",g(u)=u+x");
@@ -137,7 +139,7 @@ TEST(OutOfMemory, ExportWritesAllOrNothing) {
             const std::string answer = take(s.answer);
             TerminateEnvironment(s.env);
             Arbenv* env = InitializeTopLevelEnvironment();
-            const std::string imported = run(env, "import(\"" + env_file + "\")");
+            const std::string imported = run(env, "import(\"" + export_file + "\")");
             // The answer may fail after the file is written, never before.
             const bool written = imported == "5";
             if (answer == "5") { EXPECT_TRUE(written); }
@@ -147,7 +149,7 @@ TEST(OutOfMemory, ExportWritesAllOrNothing) {
             TerminateEnvironment(env);
             TerminateGlobals();
         });
-    std::remove(env_file.c_str());
+    std::remove(export_file.c_str());
 }
 
 // The globals and a fresh environment: built whole or not at all.

@@ -2,6 +2,8 @@
 // table is {line, answer}, run in order in one environment.
 #include "script_support.hpp"
 
+#include <chrono>
+
 #include "support/counting_alloc.hpp"
 
 namespace ostr::test {
@@ -100,6 +102,37 @@ TEST_F(ScriptTest, BoundsAbortTheLineOnly) {
     script::limits().max_string_bytes = 1000;
     EXPECT_EQ(run(R"(s="abcd",while:1,s=s+s;)"), "s <- \"abcd\"\n\n>evaluation_aborted<");
     EXPECT_EQ(run("s==s"), "1");
+    EXPECT_TRUE(env->abort_text.empty());
+}
+
+// Formula work counts against the time of the line. A chain of powers of names grows by
+// one name per step and is written in linear time, far inside the bound; past the size
+// bound of a formula it is an invalid expression. A long sum of distinct names still
+// costs quadratic time, and the bound stops it within a fraction of a second.
+TEST_F(ScriptTest, FormulaChainsStayWithinTheTimeBound) {
+    auto chain = [](char op, int n) {
+        std::string t = "x0";
+        for (int k = 1; k < n; ++k) t += op + std::string("x") + std::to_string(op == '^' ? k % 3 : k);
+        return t;
+    };
+    auto seconds = [this](std::string_view line, std::string* answer) {
+        auto start = std::chrono::steady_clock::now();
+        *answer = run(line);
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    };
+    // Under the default bound: a fraction of a second in a release build, some seconds
+    // under the sanitizers; before the chains were written without reading, minutes.
+    std::string answer;
+    std::string powers = chain('^', 20000);
+    EXPECT_LT(seconds(powers, &answer), 60.5);
+    EXPECT_TRUE(answer == powers) << answer.substr(0, 100);
+    EXPECT_LT(seconds(chain('^', 100000), &answer), 60.5);
+    EXPECT_EQ(answer, ">invalid_expression<");
+    script::limits().max_seconds = 0.2;
+    EXPECT_LT(seconds("y=1," + chain('+', 20000) + ",y=2", &answer), 0.7);
+    EXPECT_EQ(answer, "y <- 1\n\n>evaluation_aborted<\n\n>evaluation_aborted<");
+    EXPECT_EQ(env->abort_text, "time limit");
+    check({{"y", "1"}, {"x0+x0", "2*x0"}});
     EXPECT_TRUE(env->abort_text.empty());
 }
 

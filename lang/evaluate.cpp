@@ -56,9 +56,29 @@ std::shared_ptr<const Compiled> analyse(std::string_view text) {
     return c;
 }
 
+// Formula work that ran past the time of the line, or was interrupted, gave up halfway
+// (formula.hpp): the line is aborted as the statement layer aborts it, so every
+// statement after answers the same. The value is changed in place only then, so
+// the common path costs one test.
+void abort_if_formula_stopped(Value& v, Arbenv* env) {
+    if (!formula::stopped()) [[likely]] return;
+    Text reason(core::abort_requested() ? "interrupted" : "time limit");
+    for (; env; env = env->parent)
+        if (env->abort_text.empty()) env->abort_text = reason;
+    v = Value::failure(Error::evaluation_aborted);
+}
+
 class Evaluator {
 public:
     Evaluator(const Compiled& c, Arbenv* env, Globals& g) : c_(c), env_(env), g_(g) {}
+
+    // The value of the whole tree. One named return, so the caller's
+    // prvalue is built in place: this runs for every expression of a loop.
+    Value run(std::uint32_t root) {
+        Value v = eval(root);
+        abort_if_formula_stopped(v, env_);
+        return v;
+    }
 
     Value eval(std::uint32_t index) {
         DepthGuard guard;
@@ -303,16 +323,6 @@ bool stopped(Arbenv* env) {
     return true;
 }
 
-// Formula work that ran past the time of the line, or was interrupted, gave up halfway
-// (formula.hpp): the line is aborted as the statement layer aborts it, so every
-// statement after answers the same.
-Value stopped_or(Value v, Arbenv* env) {
-    if (!formula::stopped()) return v;
-    Text reason(core::abort_requested() ? "interrupted" : "time limit");
-    for (; env; env = env->parent)
-        if (env->abort_text.empty()) env->abort_text = reason;
-    return Value::failure(Error::evaluation_aborted);
-}
 
 }  // namespace
 
@@ -325,7 +335,7 @@ Value evaluate(std::string_view text, Arbenv* env) {
     DepthGuard guard;
     if (guard.too_deep()) return Value::failure();
     std::shared_ptr<const Compiled> c = analysed(*g, text);
-    return stopped_or(Evaluator(*c, env, *g).eval(c->tree.root), env);
+    return Evaluator(*c, env, *g).run(c->tree.root);
 }
 
 Prepared prepare(std::string_view text) {
@@ -339,7 +349,7 @@ Value evaluate(const Prepared& c, Arbenv* env) {
     if (stopped(env)) return Value::failure(Error::evaluation_aborted);
     DepthGuard guard;
     if (guard.too_deep()) return Value::failure();
-    return stopped_or(Evaluator(*c, env, *g).eval(c->tree.root), env);
+    return Evaluator(*c, env, *g).run(c->tree.root);
 }
 
 std::vector<Value> evaluate_list(std::string_view text, Arbenv* env) {

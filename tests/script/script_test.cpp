@@ -94,8 +94,12 @@ TEST_F(ScriptTest, BoundsAbortTheLineOnly) {
     // A recursion that branches: once the nesting bound is hit, no sibling
     // call starts again; one that stays under the bound runs 2^40 calls,
     // which count against the time bound.
+    // The nesting bound alone must stop this one, so the time bound is out
+    // of its way (a loaded machine would otherwise reach 0.05 s first).
+    script::limits().max_seconds = 60;
     EXPECT_EQ(run("g(n)=g(n+1)+g(n+1),g(1)"), "g(n) <- g(n+1)+g(n+1)\n\n>evaluation_aborted<");
     EXPECT_EQ(env->abort_text, "nesting too deep");
+    script::limits().max_seconds = 0.05;
     EXPECT_EQ(run("h(n)=if:n<40,h(n+1)+h(n+1),else,0;,h(1)"),
               "h(n) <- if:n<40,h(n+1)+h(n+1),else,0;\n\n>evaluation_aborted<");
     EXPECT_EQ(env->abort_text, "time limit");

@@ -8,6 +8,7 @@
 //          (u32 length and the bytes, no zero byte), 3 array, 4 map
 //   key:   u8 0 and a number (2 x f64), or u8 1 and a text
 #include "envio/containers_io.hpp"
+#include "envio/bytes.hpp"
 
 #include <cmath>
 #include <cstring>
@@ -19,12 +20,6 @@ namespace {
 
 enum Kind : std::uint8_t { number = 0, formula = 1, string = 2, array = 3, map = 4 };
 
-void put_raw(Text& out, const void* p, std::size_t n) { out.append(static_cast<const char*>(p), n); }
-void put_u32(Text& out, std::uint32_t v) { put_raw(out, &v, 4); }
-void put_text(Text& out, std::string_view s) {
-    put_u32(out, static_cast<std::uint32_t>(s.size()));
-    out.append(s);
-}
 
 void put_map(Text& out, const obj::MapValue& m);
 
@@ -66,32 +61,12 @@ void put_map(Text& out, const obj::MapValue& m) {
     }
 }
 
-class Reader {
-public:
-    explicit Reader(std::string_view b) noexcept : b_(b) {}
-    bool take(void* dest, std::size_t n) noexcept {
-        if (n > b_.size() - at_) return false;
-        std::memcpy(dest, b_.data() + at_, n);
-        at_ += n;
-        return true;
-    }
-    bool u8(std::uint8_t& v) noexcept { return take(&v, 1); }
-    bool u32(std::uint32_t& v) noexcept { return take(&v, 4); }
-    bool number(Complex& c) noexcept { return take(&c, sizeof c) && std::isfinite(c.re) && std::isfinite(c.im); }
-    // A text with no zero byte inside (a text of the core ends at its first).
-    bool text(std::string_view& s) noexcept {
-        std::uint32_t n;
-        if (!u32(n) || n > left()) return false;
-        s = b_.substr(at_, n);
-        at_ += n;
-        return s.find('\0') == std::string_view::npos;
-    }
-    std::size_t left() const noexcept { return b_.size() - at_; }
-
-private:
-    std::string_view b_;
-    std::size_t at_ = 0;
-};
+// A finite number.
+bool get_number(Reader& in, Complex& c) noexcept {
+    return in.get(c) && std::isfinite(c.re) && std::isfinite(c.im);
+}
+// A text with no zero byte inside (a text of the core ends at its first).
+bool get_text(Reader& in, std::string_view& s) noexcept { return in.view(s) && s.find('\0') == std::string_view::npos; }
 
 using ArrayPtr = std::unique_ptr<obj::ArrayValue, void (*)(void*)>;
 using MapPtr = std::unique_ptr<obj::MapValue, void (*)(void*)>;
@@ -101,17 +76,17 @@ obj::MapValue* get_map(Reader& in, std::uint32_t depth);
 
 bool get_item(Reader& in, std::uint32_t depth, obj::Item& it) {
     std::uint8_t kind;
-    if (!in.u8(kind)) return false;
+    if (!in.get(kind)) return false;
     it = {};
     std::string_view t;
     switch (kind) {
-    case number: return in.number(it.num);
+    case number: return get_number(in, it.num);
     case formula:
-        if (!in.text(t) || t.empty()) return false;
+        if (!get_text(in, t) || t.empty()) return false;
         it.obj = obj::make_algebraic(t, "", nullptr);
         break;
     case string: {
-        if (!in.text(t)) return false;
+        if (!get_text(in, t)) return false;
         char* v = dup_text(t);
         it.obj = v ? obj::make_object(nullptr, obj::string, "", v, obj::text_handlers()) : nullptr;
         break;
@@ -127,7 +102,7 @@ bool get_item(Reader& in, std::uint32_t depth, obj::Item& it) {
 // than the bytes left could hold is damage, found before anything grows.
 obj::ArrayValue* get_array(Reader& in, std::uint32_t depth) {
     std::uint32_t n;
-    if (depth > obj::max_container_depth || !in.u32(n) || n > in.left() / 5 || n > obj::max_container_items)
+    if (depth > obj::max_container_depth || !in.get(n) || n > in.left() / 5 || n > obj::max_container_items)
         return nullptr;
     ArrayPtr a(obj::new_array(), obj::array_handlers().free);
     if (!a) return nullptr;
@@ -143,18 +118,18 @@ obj::ArrayValue* get_array(Reader& in, std::uint32_t depth) {
 
 bool get_key(Reader& in, obj::MapKey& key) {
     std::uint8_t kind;
-    if (!in.u8(kind) || kind > 1) return false;
+    if (!in.get(kind) || kind > 1) return false;
     key.is_text = kind == 1;
-    if (!key.is_text) return in.number(key.num);
+    if (!key.is_text) return get_number(in, key.num);
     std::string_view t;
-    if (!in.text(t)) return false;
+    if (!get_text(in, t)) return false;
     key.text = Text(t);
     return true;
 }
 
 obj::MapValue* get_map(Reader& in, std::uint32_t depth) {
     std::uint32_t n;
-    if (depth > obj::max_container_depth || !in.u32(n) || n > in.left() / 10 || n > obj::max_container_items)
+    if (depth > obj::max_container_depth || !in.get(n) || n > in.left() / 10 || n > obj::max_container_items)
         return nullptr;
     MapPtr m(obj::new_map(), obj::map_handlers().free);
     if (!m) return nullptr;

@@ -7,6 +7,7 @@
 // damaged frame or header gives no environment; inside a sound frame an
 // object that cannot be rebuilt (unknown tag, wrong value size) is skipped.
 #include "envio/serialize.hpp"
+#include "envio/bytes.hpp"
 
 #include <algorithm>
 #include <cstring>
@@ -43,15 +44,6 @@ T* got(T* p) {
 
 // ---- writing ----
 
-void put_raw(Text& out, const void* p, std::size_t n) { out.append(static_cast<const char*>(p), n); }
-void put_u8(Text& out, std::uint8_t v) { out.push_back(static_cast<char>(v)); }
-void put_u32(Text& out, std::uint32_t v) { put_raw(out, &v, 4); }
-void put_i32(Text& out, std::int32_t v) { put_raw(out, &v, 4); }
-void put_u64(Text& out, std::uint64_t v) { put_raw(out, &v, 8); }
-void put_text(Text& out, std::string_view s) {
-    put_u32(out, static_cast<std::uint32_t>(s.size()));
-    out.append(s);
-}
 
 void put_bits(Text& out, const void* v) {
     auto* a = static_cast<const BitArray*>(v);
@@ -151,32 +143,6 @@ void put_env(Text& out, const Arbenv* env, int depth) {
 
 // ---- reading ----
 
-class Reader {
-public:
-    explicit Reader(std::string_view bytes) noexcept : b_(bytes) {}
-    bool take(void* dest, std::size_t n) noexcept {
-        if (n > b_.size() - at_) return false;
-        std::memcpy(dest, b_.data() + at_, n);
-        at_ += n;
-        return true;
-    }
-    template <class T>
-    bool get(T& v) noexcept { return take(&v, sizeof v); }
-    // A string field as a view into the record.
-    bool view(std::string_view& s) noexcept {
-        std::uint32_t n;
-        if (!get(n) || n > b_.size() - at_) return false;
-        s = b_.substr(at_, n);
-        at_ += n;
-        return true;
-    }
-    std::size_t left() const noexcept { return b_.size() - at_; }
-    void skip(std::size_t n) noexcept { at_ += std::min(n, left()); }
-
-private:
-    std::string_view b_;
-    std::size_t at_ = 0;
-};
 
 // A text ends at its first zero byte, as every text of the core does.
 std::string_view up_to_zero(std::string_view s) noexcept { return s.substr(0, s.find('\0')); }

@@ -27,6 +27,10 @@ struct Runtime {
     // it into the abort text of the line under way; a new top-level line
     // clears it.
     volatile std::sig_atomic_t abort_requested = 0;
+    // Set by the statement layer while a top-level line runs: true once the
+    // line has run past its time bound. Long work in any component polls
+    // should_stop() so that a bounded line stops within its bound.
+    bool (*line_expired)() noexcept = nullptr;
 };
 
 // The record itself. Reached only through part_of (and the functions below);
@@ -36,6 +40,12 @@ extern Runtime the_runtime;
 inline void request_abort() noexcept { the_runtime.abort_requested = 1; }
 inline bool abort_requested() noexcept { return the_runtime.abort_requested != 0; }
 inline void clear_abort_request() noexcept { the_runtime.abort_requested = 0; }
+// True when long work should give up: a stop was requested (Ctrl-C) or the
+// line under way ran past its time. Costs a clock read when a line runs, so
+// loops call it every few thousand steps, not at every one.
+inline bool should_stop() noexcept {
+    return abort_requested() || (the_runtime.line_expired && the_runtime.line_expired());
+}
 
 // Frees every part, top down. Harmless when none is made.
 void free_runtime() noexcept;

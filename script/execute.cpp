@@ -272,6 +272,7 @@ void start_line() {
     core::clear_abort_request();
     s.line_running = true;
     formula::set_stop_check(&line_expired);
+    core::the_runtime.line_expired = &line_expired;
     formula::clear_stop();
 }
 

@@ -626,6 +626,112 @@ void remember_chain(const Node& r, const Text& text) {
     if (plain_name(*n)) detail::state().chain = text;
 }
 
+// a+b+c+... is folded from the left, one term per step, and reading the whole sum
+// again at every step made a sum of n terms cost n^2 node operations. A sum whose terms
+// are collected (no two alike), that has no constant and leads with an added term
+// prints as its terms joined by their signs; one more term that is alike to none of
+// them and is not a number or a sum lands at the end of it, so the text of the new sum
+// is the old text, the sign and the new term. The last such sum is remembered with
+// the keys of its terms; the answer is the one the full reading gives.
+constexpr std::size_t memo_terms = 16;  // shorter sums are read again: cheaper than keys
+
+Text key_of(const Node& n) {
+    Text key;
+    detail::print_bare(n, key);
+    return key;
+}
+
+std::optional<Text> extend_sum(std::string_view a, char op, std::string_view b) {
+    detail::SumMemo& m = detail::state().sum;
+    if (m.text.empty() || a != std::string_view(m.text)) return std::nullopt;
+    Item y = detail::canonical({op == '-', detail::parse(b)});
+    const Node& n = y.node;
+    if (n.kind == detail::Kind::number || n.kind == detail::Kind::sum) return std::nullopt;
+    Text key;
+    if (!detail::unsettled(n)) {
+        key = key_of(n);
+        if (m.keys.count(key)) return std::nullopt;
+    }
+    Text out;
+    out.reserve(a.size() + b.size() + 2);
+    out.append(a);
+    out += y.inverse ? '-' : '+';
+    detail::put_magnitude(n, out);
+    if (detail::state().stopped) return aborted_text();
+    if (!key.empty()) m.keys.insert(std::move(key));
+    if (m.text.capacity() < out.size()) m.text.reserve(2 * out.size());  // grows by doubling
+    m.text.assign(out);
+    return out;
+}
+
+// Remembers r's text when r is such a sum and long enough to be worth it. Another
+// result leaves the memo as it is: the imaginary parts summed between two steps of a
+// real sum must not make it forget.
+void remember_sum(const Node& r, const Text& text) {
+    if (r.kind != detail::Kind::sum || r.items.size() < memo_terms) return;
+    detail::SumMemo& m = detail::state().sum;
+    m.clear();
+    bool lead = false;
+    for (const Item& t : r.items) {
+        if (t.node.kind == detail::Kind::number) return m.clear();
+        lead |= t.inverse == detail::negative(t.node);
+        if (!detail::unsettled(t.node)) m.keys.insert(key_of(t.node));
+    }
+    if (!lead) return m.clear();
+    m.text = text;
+}
+
+// x1*x2*x3*... has the same cost problem. A product of distinct plain names with no
+// coefficient and no divisor is written as its names in the order of their texts,
+// joined by *; one more plain name that is none of them goes to its place in that
+// order, which a binary search over the text finds. The last such product of at least
+// memo_terms names is remembered.
+std::optional<Text> extend_product(std::string_view a, std::string_view b) {
+    Text& memo = detail::state().product;
+    if (memo.empty() || a != std::string_view(memo)) return std::nullopt;
+    Node y = detail::parse(b);
+    if (!plain_name(y)) return std::nullopt;
+    // [lo, hi) holds the factors not yet compared; both ends are starts of factors (or
+    // the end of the text), and every factor before lo sorts before the new name.
+    std::size_t lo = 0, hi = a.size();
+    while (lo < hi) {
+        std::size_t mid = lo + (hi - lo) / 2;
+        if (a[mid] == '*') --mid;  // a star belongs to the factor before it; mid > lo then
+        std::size_t begin = a.rfind('*', mid);
+        begin = begin == std::string_view::npos ? 0 : begin + 1;
+        std::size_t end = std::min(a.find('*', begin), a.size());
+        std::string_view f = a.substr(begin, end - begin);
+        if (f == y.text) return std::nullopt;  // alike: x*x is x^2
+        if (f < y.text) lo = std::min(end + 1, hi);
+        else hi = begin;
+    }
+    Text out;
+    out.reserve(a.size() + y.text.size() + 1);
+    if (lo < a.size()) {
+        out.append(a.substr(0, lo));
+        out.append(y.text);
+        out += '*';
+        out.append(a.substr(lo));
+    } else {
+        out.append(a);
+        out += '*';
+        out.append(y.text);
+    }
+    if (memo.capacity() < out.size()) memo.reserve(2 * out.size());
+    memo.assign(out);
+    return out;
+}
+
+void remember_product(const Node& r, const Text& text) {
+    if (r.kind != detail::Kind::product || r.items.size() < memo_terms) return;
+    Text& memo = detail::state().product;
+    memo.clear();
+    if (r.value != 1 || r.den != 1) return;
+    for (const Item& f : r.items)
+        if (f.inverse || !plain_name(f.node)) return;
+    memo = text;
+}
+
 }  // namespace
 
 bool is_number(std::string_view t, double* value) {
@@ -640,11 +746,19 @@ Text combine(std::string_view a, char op, std::string_view b) {
     if (op == '^') {
         if (auto chained = chain_power(a, b)) return std::move(*chained);
     }
+    const bool summing = op == '+' || op == '-';
+    if (summing) {
+        if (auto extended = extend_sum(a, op, b)) return std::move(*extended);
+    } else if (op == '*') {
+        if (auto extended = extend_product(a, b)) return std::move(*extended);
+    }
     auto r = apply(detail::parse(a), op, detail::parse(b));
     if (!r) return Text(">invalid_expression<");
     Text out = printed(*r);
     if (detail::state().stopped) return aborted_text();
     if (op == '^') remember_chain(*r, out);
+    if (summing) remember_sum(*r, out);
+    if (op == '*') remember_product(*r, out);
     return out;
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 #include "core/limits.hpp"
@@ -54,13 +55,31 @@ Node make_sum(std::vector<Item> terms);
 Node make_product(std::vector<Item> factors);
 Node make_power(Node base, Node exponent);
 
+// The last long sum written by `+` or `-` (see combine): its text and the keys of its
+// terms (each term without its numeric coefficient), so that one more term is added
+// without reading the sum again.
+struct SumMemo {
+    struct KeyHash {
+        std::size_t operator()(const Text& t) const noexcept { return std::hash<std::string_view>()(t); }
+    };
+    Text text;
+    std::unordered_set<Text, KeyHash> keys;
+    void clear() noexcept {
+        text.clear();
+        keys.clear();
+    }
+};
+
 // The formula part of the runtime record: the stop check of the line under way, whether
-// it has fired, and the last chain of names written by `^` (see combine).
+// it has fired, the last chain of names written by `^` and the last long sum (see
+// combine).
 struct State {
     bool (*expired)() noexcept = nullptr;
     bool stopped = false;
     unsigned ticks = 0;
     Text chain;
+    SumMemo sum;
+    Text product;  // the last long product of distinct plain names (see combine)
 };
 inline State& state() { return core::part_of<State, core::formula_slot>(); }
 

@@ -2,7 +2,10 @@
 // and per deliberate quirk.
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <iterator>
 #include <string>
+#include <vector>
 
 #include "core/runtime.hpp"
 #include "formula/formula.hpp"
@@ -167,6 +170,48 @@ TEST(Formula, ChainedPowersAnswerAsAFreshReading) {
     for (int k = 0; k < 5000; ++k) chain = formula::combine(k % 2 ? "y" : "x", '^', chain);
     EXPECT_EQ(chain.size(), 10001u);
     EXPECT_EQ(str(formula::combine("2", '*', chain)), "2*" + str(chain));
+}
+
+// Long sums and products of names grow by one term per step without reading the whole
+// again; every step must answer what a fresh reading gives. The terms repeat, carry
+// coefficients and signs, and include numbers, sums and opaque parts, which take the full
+// reading and must leave the remembered text consistent.
+TEST(Formula, GrownSumsAndProductsAnswerAsAFreshReading) {
+    const char* terms[] = {"x1", "x2", "-x3", "2*x4", "x1^2", "sin(x2)", "3", "0.5", "x1*x2", "x2*x1", "-(x4)",
+                           "a+b", "x0e", "(x7)", "x<1", "y!", "1/0", "-2*x9", "x2/x5", "zz"};
+    std::uint32_t seed = 12345;
+    auto next = [&](std::uint32_t n) { return (seed = seed * 1103515245u + 12345u) / 65536u % n; };
+    auto fresh = [](const Text& a, char op, const std::string& b) {
+        core::free_part(core::formula_slot);
+        return formula::combine(a, op, b.c_str());
+    };
+    for (char ops : {'+', '*'}) {
+        for (int round = 0; round < 3; ++round) {
+            core::free_part(core::formula_slot);
+            Text acc("w");
+            std::vector<std::string> used;
+            for (int step = 0; step < 200; ++step) {
+                // A product meets a term or a divisor rarely: the first one ends the run
+                // of distinct plain names that is grown without reading.
+                const bool sum = ops == '+';
+                std::string t = std::string("n").append(std::to_string(next(sum ? 1000 : 100000)));
+                if (sum ? !next(3) : step % 50 == 49) t = terms[next(std::size(terms))];
+                char op = sum ? (next(4) ? '+' : '-') : (step % 50 == 49 ? '/' : '*');
+                Text grown = formula::combine(acc, op, t.c_str());
+                Text read = fresh(acc, op, t);
+                ASSERT_EQ(str(grown), str(read)) << str(acc) << ' ' << op << ' ' << t;
+                // One term the text already holds, on the remembered text: like terms.
+                if (!used.empty()) {
+                    const std::string& u = used[next(static_cast<std::uint32_t>(used.size()))];
+                    Text again = formula::combine(read, op, u.c_str());
+                    ASSERT_EQ(str(again), str(fresh(read, op, u))) << str(read) << ' ' << op << ' ' << u;
+                    fresh(acc, op, t);  // remembers `read` again
+                }
+                used.push_back(t);
+                acc = read;
+            }
+        }
+    }
 }
 
 bool expired() noexcept { return true; }

@@ -10,6 +10,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
+
 #include "ostravine.h"
 #include "interactive.h"
 #include "statefile.h"
@@ -130,7 +134,20 @@ static void own_stdio_buffers(void) {
     atexit(wipe_stdio);
 }
 
+/* A formula line builds and drops blocks of some hundred kilobytes at every
+   step; the C library would map and unmap each one (and trim the heap after
+   it), and the page faults cost three quarters of the time of such a line.
+   Blocks below 16 MB come from the heap instead, and up to 64 MB of free heap
+   is kept for the next step. */
+static void tune_allocator(void) {
+#ifdef __GLIBC__
+    mallopt(M_MMAP_THRESHOLD, 16 << 20);
+    mallopt(M_TRIM_THRESHOLD, 64 << 20);
+#endif
+}
+
 int main(int argc, char **argv) {
+    tune_allocator();
     own_stdio_buffers();
     /* A write past the file size limit or into a closed pipe then fails with
        an error the save reports, instead of ending the process on the spot. */

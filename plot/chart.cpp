@@ -281,7 +281,7 @@ void draw_legend(Canvas& c, const Frame& f, std::span<const Series> series, doub
 std::optional<Canvas> render_chart(const ChartOptions& o, std::span<const Series> series) {
     if (o.width < min_side || o.height < min_side || o.width > max_side || o.height > max_side) return std::nullopt;
     const Ranges r = data_ranges(o, series);
-    Frame f = layout_frame(o, r.x0, r.x1, o.logx, r.y0, r.y1, std::isnan(o.ymin) && std::isnan(o.ymax), 0);
+    Frame f = layout_frame(o, r.x0, r.x1, o.logx || (std::isnan(o.xmin) && std::isnan(o.xmax)), r.y0, r.y1, std::isnan(o.ymin) && std::isnan(o.ymax), 0);
     Canvas c(o.width, o.height, white);
     if (o.grid) draw_grid(c, f);
     const double line_width = std::max(1.5, std::min(o.width, o.height) / 300.0);

@@ -101,6 +101,8 @@ struct Frame {
 // legend; `widen_x`/`widen_y` widen an axis to whole ticks.
 Frame layout_frame(const ChartOptions& o, double x0, double x1, bool widen_x, double y0, double y1, bool widen_y,
                    int right);
+// The frame of a domain colouring (room for its legend on the right).
+Frame domain_frame(const ChartOptions& o, double re0, double re1, double im0, double im1);
 void draw_grid(Canvas& c, const Frame& f);
 // Frame lines, ticks, tick labels, axis names and title.
 void draw_axes(Canvas& c, const Frame& f, const ChartOptions& o);

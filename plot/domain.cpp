@@ -57,13 +57,18 @@ void legend(Canvas& c, const Frame& f) {
 
 }  // namespace
 
+Frame domain_frame(const ChartOptions& o, double re0, double re1, double im0, double im1) {
+    const Font& font = o.font ? *o.font : builtin_font();
+    const int h = font.ascent + font.descent;
+    const int lh = h * std::max(1, static_cast<int>(std::lround(std::min(o.width, o.height) / 40.0 / h)));
+    return layout_frame(o, re0, re1, false, im0, im1, false, lh * 9);
+}
+
 std::optional<Canvas> render_domain(const ChartOptions& o, double re0, double re1, double im0, double im1,
                                     ComplexSampler f, void* data) {
     if (o.width < min_side || o.height < min_side || o.width > max_side || o.height > max_side) return std::nullopt;
     if (!(re1 > re0) || !(im1 > im0) || !std::isfinite(re1 - re0) || !std::isfinite(im1 - im0)) return std::nullopt;
-    const Font& font = o.font ? *o.font : builtin_font();
-    const int lh = (font.ascent + font.descent) * std::max(1, static_cast<int>(std::lround(std::min(o.width, o.height) / 40.0 / (font.ascent + font.descent))));
-    Frame fr = layout_frame(o, re0, re1, false, im0, im1, false, lh * 9);
+    const Frame fr = domain_frame(o, re0, re1, im0, im1);
     Canvas c(o.width, o.height, white);
     const Rect a = fr.area;
     const double dx = (re1 - re0) / (a.x1 - a.x0), dy = (im1 - im0) / (a.y1 - a.y0);

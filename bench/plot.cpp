@@ -6,6 +6,7 @@
 #include <zlib.h>
 
 #include <cmath>
+#include <string>
 
 #include "plot/chart.hpp"
 #include "plot/png.hpp"
@@ -20,15 +21,15 @@ Series sine_samples() {
         s.x.push_back(10.0 * i / 1999);
         s.y.push_back(std::sin(s.x.back()) * std::exp(-0.1 * s.x.back()));
     }
-    s.label = "sin(x)·exp(−x/10)";
+    s.label = std::string("sin(x)·exp(−x/10)");
     return s;
 }
 
 ChartOptions chart_options() {
     ChartOptions o;
-    o.title = "Damped sine";
-    o.xlabel = "x";
-    o.ylabel = "y";
+    o.title = std::string("Damped sine");
+    o.xlabel = std::string("x");
+    o.ylabel = std::string("y");
     o.grid = true;
     o.poles = true;
     return o;

@@ -14,6 +14,7 @@
 namespace {
 
 using namespace ostr::plot;
+using ostr::Text;
 
 Series sine_samples() {
     Series s;
@@ -21,15 +22,15 @@ Series sine_samples() {
         s.x.push_back(10.0 * i / 1999);
         s.y.push_back(std::sin(s.x.back()) * std::exp(-0.1 * s.x.back()));
     }
-    s.label = std::string("sin(x)·exp(−x/10)");
+    s.label = Text("sin(x)·exp(−x/10)");
     return s;
 }
 
 ChartOptions chart_options() {
     ChartOptions o;
-    o.title = std::string("Damped sine");
-    o.xlabel = std::string("x");
-    o.ylabel = std::string("y");
+    o.title = Text("Damped sine");
+    o.xlabel = Text("x");
+    o.ylabel = Text("y");
     o.grid = true;
     o.poles = true;
     return o;

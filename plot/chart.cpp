@@ -281,6 +281,10 @@ void draw_legend(Canvas& c, const Frame& f, std::span<const Series> series, doub
 std::optional<Canvas> render_chart(const ChartOptions& o, std::span<const Series> series) {
     if (o.width < min_side || o.height < min_side || o.width > max_side || o.height > max_side) return std::nullopt;
     const Ranges r = data_ranges(o, series);
+    // A range the caller turned round, or one too wide for a double to
+    // measure, has no axis.
+    if (!(r.x1 >= r.x0) || !(r.y1 >= r.y0) || !std::isfinite(r.x1 - r.x0) || !std::isfinite(r.y1 - r.y0))
+        return std::nullopt;
     Frame f = layout_frame(o, r.x0, r.x1, o.logx || (std::isnan(o.xmin) && std::isnan(o.xmax)), r.y0, r.y1, std::isnan(o.ymin) && std::isnan(o.ymax), 0);
     Canvas c(o.width, o.height, white);
     if (o.grid) draw_grid(c, f);

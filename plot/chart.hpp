@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "core/memory.hpp"
 #include "plot/canvas.hpp"
 #include "plot/font.hpp"
 
@@ -19,13 +20,13 @@ enum class Style : unsigned char { lines, points, both };
 
 struct Series {
     std::vector<double> x, y;
-    std::string label;  // empty: not in the legend
+    Text label;  // empty: not in the legend
     Style style = Style::lines;
 };
 
 struct ChartOptions {
     int width = 800, height = 600;
-    std::string title, xlabel, ylabel;
+    Text title, xlabel, ylabel;  // the user's texts, wiped when released
     bool grid = false, logx = false, logy = false;
     // A range end that is NaN is chosen from the data.
     double xmin = NAN, xmax = NAN, ymin = NAN, ymax = NAN;

@@ -39,8 +39,8 @@ constexpr int max_default_names = 10000;
 // a map of options.
 struct Settings {
     plot::ChartOptions chart;
-    std::string file;
-    std::vector<std::string> labels;
+    Text file;
+    std::vector<Text> labels;
     plot::Style style = plot::Style::lines;
     int samples = default_samples;
     bool db = false;
@@ -109,7 +109,7 @@ bool is_settings(const Value& v) {
     return v.kind == Value::Kind::object && v.obj && (v.obj->tag == obj::string || v.obj->tag == obj::map);
 }
 
-bool exists(const std::string& name) {
+bool exists(const Text& name) {
     struct stat st;
     return ::lstat(name.c_str(), &st) == 0;
 }
@@ -120,13 +120,13 @@ bool exists(const std::string& name) {
 Value write_png(const plot::Canvas& canvas, Settings& s, Arbenv* env) {
     if (s.file.empty()) {
         for (int k = 1; k <= max_default_names && s.file.empty(); ++k) {
-            std::string name = "plot" + std::to_string(k) + ".png";
-            if (!exists(name)) s.file = name;
+            Text name("plot" + std::to_string(k) + ".png");
+            if (!exists(name)) s.file = std::move(name);
         }
         if (s.file.empty()) return Value::failure(lang::Error::invalid_object);
     }
     const plot::Bytes png = plot::encode_png(canvas);
-    std::FILE* f = open_user_file_for_writing(Text(s.file));
+    std::FILE* f = open_user_file_for_writing(s.file);
     if (!f) return Value::failure(lang::Error::invalid_object);
     bool ok = std::fwrite(png.data(), 1, png.size(), f) == png.size();
     ok = std::fclose(f) == 0 && ok;
@@ -231,7 +231,7 @@ Value plot_call(const lang::Call& call, std::span<Value>) {
         const lang::Prepared f = lang::prepare(fs[k]);
         series[k].x = x;
         series[k].style = s.style;
-        series[k].label = k < s.labels.size() ? s.labels[k] : std::string(fs[k]);
+        series[k].label = k < s.labels.size() ? s.labels[k] : Text(fs[k]);
         for (double xi : x) {
             Complex z;
             if (!sampler.at(f, {xi, 0}, z)) return abort_value(call.env, "time limit");
@@ -346,8 +346,8 @@ Value plotcomplex_call(const lang::Call& call, std::span<Value>) {
         *ore = w.re, *oim = w.im;
         return true;
     };
-    if (s.chart.xlabel.empty()) s.chart.xlabel = "Re " + std::string(call.args[1]);
-    if (s.chart.ylabel.empty()) s.chart.ylabel = "Im " + std::string(call.args[1]);
+    if (s.chart.xlabel.empty()) s.chart.xlabel = Text("Re ").append(call.args[1]);
+    if (s.chart.ylabel.empty()) s.chart.ylabel = Text("Im ").append(call.args[1]);
     auto canvas = plot::render_domain(s.chart, c[0].re, c[1].re, c[0].im, c[1].im, f, &data);
     if (canvas && !sampler.any_number()) return Value::failure();
     return finish(canvas, s, call.env);

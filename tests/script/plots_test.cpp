@@ -94,6 +94,8 @@ TEST_F(Plots, BadCallsAnswerAnErrorWordAndWriteNothing) {
         {"plot(sin(x),x,-1,1,map:\"logx\"=1;)", ">invalid_expression<"},  // log axis through 0
         {"plot(sin(x),x,0,1,\"\")", ">invalid_expression<"},
         {"plot(sin(x),x,0,1,5)", ">invalid_expression<"},
+        {"plot(sin(x),x,0,1,map:\"ymin\"=2,\"ymax\"=1;)", ">invalid_expression<"},  // turned round
+        {"plotdata([-1e308,1e308])", ">invalid_expression<"},  // too wide to measure
         {"plotdata([1,\"a\"])", ">invalid_expression<"},
         {"plotdata([1,2],[1,2,3])", ">invalid_expression<"},
         {"plotdata(5)", ">invalid_expression<"},

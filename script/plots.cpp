@@ -105,6 +105,10 @@ bool read_settings(const Value& v, Settings& s) {
     return true;
 }
 
+// The answer of a plot whose work was stopped: the line is aborted, as the
+// statement layer aborts a line past its time or interrupted.
+Value stopped(Arbenv* env) { return abort_value(env, core::abort_requested() ? "interrupted" : "time limit"); }
+
 bool is_settings(const Value& v) {
     return v.kind == Value::Kind::object && v.obj && (v.obj->tag == obj::string || v.obj->tag == obj::map);
 }
@@ -200,7 +204,7 @@ bool settings_arg(const lang::Call& call, std::size_t at, Settings& s) {
 }
 
 Value finish(const std::optional<plot::Canvas>& canvas, Settings& s, Arbenv* env) {
-    if (!canvas) return core::should_stop() ? abort_value(env, "time limit") : Value::failure();
+    if (!canvas) return core::should_stop() ? stopped(env) : Value::failure();
     return write_png(*canvas, s, env);
 }
 
@@ -234,7 +238,7 @@ Value plot_call(const lang::Call& call, std::span<Value>) {
         series[k].label = k < s.labels.size() ? s.labels[k] : Text(fs[k]);
         for (double xi : x) {
             Complex z;
-            if (!sampler.at(f, {xi, 0}, z)) return abort_value(call.env, "time limit");
+            if (!sampler.at(f, {xi, 0}, z)) return stopped(call.env);
             series[k].y.push_back(real_part(z));
         }
     }
@@ -259,7 +263,7 @@ Value plotparam_call(const lang::Call& call, std::span<Value>) {
     if (!s.labels.empty()) curve.label = s.labels[0];
     for (double t : grid(range[0], range[1], s.samples, false)) {
         Complex a, b;
-        if (!sampler.at(fx, {t, 0}, a) || !sampler.at(fy, {t, 0}, b)) return abort_value(call.env, "time limit");
+        if (!sampler.at(fx, {t, 0}, a) || !sampler.at(fy, {t, 0}, b)) return stopped(call.env);
         const double x = real_part(a), y = real_part(b);
         curve.x.push_back(std::isfinite(y) ? x : NAN);
         curve.y.push_back(std::isfinite(x) ? y : NAN);
@@ -363,7 +367,7 @@ Value plotfft_call(const lang::Call& call, std::span<Value> values) {
     if (n < 2 || n > plot::max_spectrum_samples || ((n & (n - 1)) && n > plot::max_direct_samples))
         return Value::failure();
     auto mags = plot::magnitude_spectrum(re, im);
-    if (!mags) return abort_value(call.env, "time limit");
+    if (!mags) return stopped(call.env);
     plot::Series e;
     for (std::size_t k = 0; k < mags->size(); ++k) {
         e.x.push_back(static_cast<double>(k) / static_cast<double>(n));

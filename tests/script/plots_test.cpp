@@ -113,6 +113,15 @@ TEST_F(Plots, BadCallsAnswerAnErrorWordAndWriteNothing) {
     EXPECT_NE(::stat("plot1.png", &st), 0);
 }
 
+TEST_F(Plots, ALongPlotStopsAtTheLinesTimeBound) {
+    script::limits().max_seconds = 0.05;
+    std::string many = "[x";
+    for (int k = 1; k < 16; ++k) many += ",x+" + std::to_string(k);
+    EXPECT_EQ(run("plot(" + many + "],x,0,1,map:\"samples\"=100000;)"), ">evaluation_aborted<");
+    struct stat st;
+    EXPECT_NE(::stat("plot1.png", &st), 0);
+}
+
 TEST_F(Plots, TheVariableIsBoundOnlyInsideThePlot) {
     check({
         {"x=5", "x <- 5"},

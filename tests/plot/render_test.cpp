@@ -31,7 +31,12 @@ std::vector<Pixel> decoded(const plot::Canvas& c, const std::vector<std::pair<in
     const plot::Bytes png = plot::encode_png(c);
     EXPECT_TRUE(write_file(path, png.data(), png.size()));
     std::string args = "png " + path;
-    for (auto [x, y] : points) args += " " + std::to_string(x) + " " + std::to_string(y);
+    for (auto [x, y] : points) {
+        args.push_back(' ');
+        args.append(std::to_string(x));
+        args.push_back(' ');
+        args.append(std::to_string(y));
+    }
     const auto lines = run_checker(args);
     std::remove(path.c_str());
     std::vector<Pixel> out;
@@ -57,16 +62,16 @@ bool blue(Pixel p) { return p.b - p.r > 80 && p.b > 120; }
 class SineChart : public ::testing::Test {
 protected:
     void SetUp() override {
-        o.title = "Sine";
-        o.xlabel = "x";
-        o.ylabel = "sin x";
+        o.title = Text("Sine");
+        o.xlabel = Text("x");
+        o.ylabel = Text("sin x");
         o.xmin = 0, o.xmax = 10, o.ymin = -1.2, o.ymax = 1.2;
         plot::Series s;
         for (int i = 0; i < 2000; ++i) {
             s.x.push_back(10.0 * i / 1999);
             s.y.push_back(std::sin(s.x.back()));
         }
-        s.label = "sin(x)";
+        s.label = Text("sin(x)");
         auto c = plot::render_chart(o, std::span(&s, 1));
         ASSERT_TRUE(c);
         canvas.emplace(std::move(*c));

@@ -164,6 +164,8 @@ File trusted_script(const char* name) {
 
 }  // namespace
 
+std::FILE* open_user_file_for_writing(const Text& name) { return open_for_writing(name).release(); }
+
 void install_environment_files() {
     lang::register_builtin("export(1)", export_command);
     lang::register_builtin("import(1)", import_command);

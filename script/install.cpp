@@ -77,6 +77,7 @@ void install() {
         t.types[obj::string].binary[obj::numeric] = t.types[obj::numeric].binary[obj::string] = string_arithmetic;
         lang::register_builtin("sigdigits(1)", sigdigits);
         install_environment_files();
+        install_plots();
         install_string_functions();
         install_help();
     }

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -43,6 +44,12 @@ void install();
 // InitializeGlobals and run in every fresh top-level environment.
 void install_environment_files();
 void load_init_script(const char* name, std::uint32_t flag);
+// A file opened for writing under the rule of "export": below the working
+// directory and not through a link, unless the console was started with
+// OSTRAVINE_WRITE_ANYWHERE=1. Null when refused; the caller closes it.
+std::FILE* open_user_file_for_writing(const Text& name);
+// plot, plotparam, plotdata, plotcomplex and plotfft (plots.cpp).
+void install_plots();
 
 // The whole of ArbevalScript: a new result text, never absent.
 Text run_script(std::string_view text, Arbenv* env, bool top_level);

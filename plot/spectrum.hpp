@@ -1,0 +1,26 @@
+// Magnitude spectra for the Fourier plot: |X_k| of the discrete Fourier
+// transform X_k = Σ x_j·e^(−2πi·jk/n), k = 0..n/2.
+#pragma once
+
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace ostr::plot {
+
+// Largest sample count the Fourier plot takes.
+inline constexpr std::size_t max_spectrum_samples = std::size_t{1} << 20;
+
+// |X_k| for k = 0..n/2 (im empty for real samples). A power of two goes
+// through an iterative radix-2 FFT, O(n log n); any other n through the
+// plain sum, O(n²), with the twiddle factors from one table (so the error
+// stays near that of the FFT, a few ulps times log n for the FFT and
+// about n ulps for the sum). nullopt when core::should_stop() answers true.
+std::optional<std::vector<double>> magnitude_spectrum(std::span<const double> re, std::span<const double> im);
+
+}  // namespace ostr::plot
+
+namespace ostr::plot {
+// Largest length that is no power of two: the direct sum costs n²/2 steps.
+inline constexpr std::size_t max_direct_samples = 16384;
+}  // namespace ostr::plot

@@ -226,6 +226,15 @@ Value walk(const Access& a, Args& args, obj::Object* root, bool variable, Arbenv
 
 }  // namespace
 
+Value value_method(obj::Object* self, std::string_view name, std::vector<Value>& args, Arbenv* env) {
+    const MethodRow* row = is_container(self) ? method_of(self, name) : nullptr;
+    if (!row) return fail();
+    if (!row->changes) return call_method(self, row, args, env, obj::max_container_depth);
+    Value tmp = Value::object_of(lang::ObjectPtr(obj::copy_object(self, env)));
+    if (tmp.is_error()) return tmp;
+    return call_method(tmp.obj.get(), row, args, env, obj::max_container_depth);
+}
+
 std::optional<Access> parse_access(std::string_view t) {
     if (t.size() < 3) return std::nullopt;
     std::vector<std::uint32_t> jumps = lang::scan::bracket_jumps(t);

@@ -33,12 +33,14 @@ void release_string(void* text) noexcept {
 // A text ends at its first zero byte, as the language's strings do (no
 // string can hold one), whatever the bytes handed in.
 char* new_string_value(std::string_view first, std::string_view second) noexcept {
-    if (const void* zero = std::memchr(first.data(), 0, first.size())) {
-        first = first.substr(0, static_cast<std::size_t>(static_cast<const char*>(zero) - first.data()));
-        second = {};
-    } else if (const void* z = std::memchr(second.data(), 0, second.size())) {
-        second = second.substr(0, static_cast<std::size_t>(static_cast<const char*>(z) - second.data()));
-    }
+    // An empty view may hold no pointer at all, which memchr must not see.
+    auto up_to_zero = [](std::string_view t) {
+        const void* zero = t.empty() ? nullptr : std::memchr(t.data(), 0, t.size());
+        return zero ? t.substr(0, static_cast<std::size_t>(static_cast<const char*>(zero) - t.data())) : t;
+    };
+    const std::size_t whole = first.size();
+    first = up_to_zero(first);
+    second = first.size() < whole ? std::string_view() : up_to_zero(second);
     const std::size_t size = first.size() + second.size();
     auto* h = static_cast<StringHeader*>(mem_alloc(sizeof(StringHeader) + size + 1));
     if (!h) return nullptr;

@@ -32,9 +32,6 @@ const obj::Object* named(std::string_view name, Arbenv* env) {
 
 }  // namespace
 
-// An access chain analysed once per text: the steps, with every index and
-// argument text prepared for the evaluator. Kept by text, as the evaluator
-// keeps its analyses, so a[k] in a loop is scanned once.
 // An index or argument text: prepared for the evaluator, and known when it
 // is a number literal or a plain name (read without the evaluator).
 struct Operand {
@@ -44,6 +41,9 @@ struct Operand {
     std::string_view name;  // a view into the chain's text
 };
 
+// An access chain analysed once per text: the steps, with every index and
+// argument text prepared for the evaluator. Kept by text, as the evaluator
+// keeps its analyses, so a[k] in a loop is scanned once.
 struct Chain {
     Text text;
     Access access;  // views into text

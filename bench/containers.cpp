@@ -2,18 +2,13 @@
 // run: building a 10^6-element array by append in a loop, summing it by
 // index in a loop (also at 10^5, to show the loop is linear in the size),
 // sorting 10^6 random numbers, and 10^5 map insertions then lookups. Each
-// side times only the program itself (Python measures with perf_counter and
-// prints the seconds, so its start-up is left out); the figures are manual
-// times in milliseconds.
-#include <benchmark/benchmark.h>
-
-#include <chrono>
-#include <cstdio>
-#include <string>
-
-#include "script/script.hpp"
+// side times only the program itself, in processor time (python_peer.hpp).
+#include "python_peer.hpp"
 
 namespace {
+
+using ostr::bench::run_line;
+using ostr::bench::run_python;
 
 Arbenv* environment() {
     static Arbenv* env = [] {
@@ -27,73 +22,46 @@ Arbenv* environment() {
     return env;
 }
 
-void run_line(benchmark::State& state, const char* line) {
-    Arbenv* env = environment();
-    for (auto _ : state) {
-        auto t0 = std::chrono::steady_clock::now();
-        ostr::Text answer = ostr::script::run_script(line, env, true);
-        auto t1 = std::chrono::steady_clock::now();
-        state.SetIterationTime(std::chrono::duration<double>(t1 - t0).count());
-        if (answer.find('>') != ostr::Text::npos) state.SkipWithError(answer.c_str());
-    }
+void Ostravine_Append(benchmark::State& s) {
+    run_line(s, environment(), "a=[],for:k=1,k<=1000000,k=k+1,a.append(k);,a.size()", "1E+6");
 }
-
-// A Python program that prints the seconds its timed part took.
-void run_python(benchmark::State& state, const std::string& setup, const std::string& timed) {
-    const std::string program = "import random,time\n" + setup + "\nt0=time.perf_counter()\n" + timed +
-                                "\nprint(time.perf_counter()-t0)\n";
-    const std::string command = "/usr/bin/python3 -c '" + program + "'";
-    for (auto _ : state) {
-        FILE* p = popen(command.c_str(), "r");
-        if (!p) {
-            state.SkipWithError("cannot start the peer");
-            return;
-        }
-        double seconds = -1;
-        if (std::fscanf(p, "%lf", &seconds) != 1) seconds = -1;
-        pclose(p);
-        if (seconds < 0) {
-            state.SkipWithError("no time from the peer");
-            return;
-        }
-        state.SetIterationTime(seconds);
-    }
-}
-
-void Ostravine_Append(benchmark::State& s) { run_line(s, "a=[],for:k=1,k<=1000000,k=k+1,a.append(k);"); }
 void Python_Append(benchmark::State& s) {
-    run_python(s, "", "a=[]\nfor k in range(1,1000001): a.append(k)");
+    run_python(s, "", "a=[]\nfor k in range(1,1000001): a.append(k)", "len(a)", "1000000");
 }
 
-void Ostravine_IndexSum(benchmark::State& s) { run_line(s, "s=0,for:k=1,k<=1000000,k=k+1,s=s+big[k];"); }
-void Ostravine_IndexSum_1e5(benchmark::State& s) { run_line(s, "s=0,for:k=1,k<=100000,k=k+1,s=s+small[k];"); }
+void Ostravine_IndexSum(benchmark::State& s) {
+    run_line(s, environment(), "s=0,for:k=1,k<=1000000,k=k+1,s=s+big[k];,s", "5.000005E+11");
+}
+void Ostravine_IndexSum_1e5(benchmark::State& s) {
+    run_line(s, environment(), "s=0,for:k=1,k<=100000,k=k+1,s=s+small[k];,s", "\n0");
+}
 void Python_IndexSum(benchmark::State& s) {
-    run_python(s, "a=list(range(1,1000001))", "s=0\nfor k in range(1000000): s=s+a[k]");
+    run_python(s, "a=list(range(1,1000001))", "s=0\nfor k in range(1000000): s=s+a[k]", "s", "500000500000");
 }
 
 // The copy the sort makes of the shared array is part of its time.
-void Ostravine_Sort(benchmark::State& s) { run_line(s, "t=r,t.sort()"); }
+void Ostravine_Sort(benchmark::State& s) { run_line(s, environment(), "t=r,t.sort()", "1E+6"); }
 void Python_Sort(benchmark::State& s) {
-    run_python(s, "r=[random.random() for k in range(1000000)]", "t=list(r)\nt.sort()");
+    run_python(s, "r=[random.random() for k in range(1000000)]", "t=list(r)\nt.sort()", "len(t)", "1000000");
 }
 
 void Ostravine_Map(benchmark::State& s) {
-    run_line(s, "m=map:0;,for:k=1,k<=100000,k=k+1,m[k]=k;,s=0,for:k=1,k<=100000,k=k+1,s=s+m[k];");
+    run_line(s, environment(),
+             "m=map:0;,for:k=1,k<=100000,k=k+1,m[k]=k;,s=0,for:k=1,k<=100000,k=k+1,s=s+m[k];,s", "5.00005E+9");
 }
 void Python_Map(benchmark::State& s) {
-    run_python(s, "", "m={}\nfor k in range(1,100001): m[k]=k\ns=0\nfor k in range(1,100001): s=s+m[k]");
+    run_python(s, "", "m={}\nfor k in range(1,100001): m[k]=k\ns=0\nfor k in range(1,100001): s=s+m[k]", "s",
+               "5000050000");
 }
 
 }  // namespace
 
-#define CONTAINER_BENCH(f) \
-    BENCHMARK(f)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(1)->Repetitions(5)->ReportAggregatesOnly()
-CONTAINER_BENCH(Ostravine_Append);
-CONTAINER_BENCH(Python_Append);
-CONTAINER_BENCH(Ostravine_IndexSum);
-CONTAINER_BENCH(Ostravine_IndexSum_1e5);
-CONTAINER_BENCH(Python_IndexSum);
-CONTAINER_BENCH(Ostravine_Sort);
-CONTAINER_BENCH(Python_Sort);
-CONTAINER_BENCH(Ostravine_Map);
-CONTAINER_BENCH(Python_Map);
+PEER_BENCH(Ostravine_Append);
+PEER_BENCH(Python_Append);
+PEER_BENCH(Ostravine_IndexSum);
+PEER_BENCH(Ostravine_IndexSum_1e5);
+PEER_BENCH(Python_IndexSum);
+PEER_BENCH(Ostravine_Sort);
+PEER_BENCH(Python_Sort);
+PEER_BENCH(Ostravine_Map);
+PEER_BENCH(Python_Map);

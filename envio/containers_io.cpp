@@ -87,8 +87,7 @@ bool get_item(Reader& in, std::uint32_t depth, obj::Item& it) {
         break;
     case string: {
         if (!get_text(in, t)) return false;
-        char* v = dup_text(t);
-        it.obj = v ? obj::make_object(nullptr, obj::string, "", v, obj::text_handlers()) : nullptr;
+        it.obj = obj::make_string_object(t, "", nullptr);
         break;
     }
     case array: it.obj = obj::make_array(get_array(in, depth + 1), nullptr); break;

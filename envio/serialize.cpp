@@ -189,7 +189,7 @@ obj::Object* make_from(std::uint32_t tag, std::string_view key, std::string_view
         return got(obj::make_numeric(c, key, env));
     }
     case obj::algebraic: return got(obj::make_algebraic(up_to_zero(v), key, env));
-    case obj::string: return got(obj::make_object(env, tag, key, got(dup_text(up_to_zero(v))), obj::text_handlers()));
+    case obj::string: return got(obj::make_string_object(up_to_zero(v), key, env));
     case obj::bignum: {
         Reader r(v);
         auto* b = got(static_cast<obj::BignumValue*>(mem_alloc(sizeof(obj::BignumValue))));

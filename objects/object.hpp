@@ -119,8 +119,32 @@ std::string_view tag_type_name(std::uint32_t tag) noexcept;
 const Method* find_method(const Object* object, std::string_view name) noexcept;
 
 inline Complex numeric_value(const Object* o) noexcept { return *static_cast<const Complex*>(o->value); }
+// A string's block: the count of its holders and the text's length, then
+// the text and a zero byte. The value of a string object points at the
+// text, so it reads as any zero-terminated text value does.
+struct StringHeader {
+    std::size_t refs;
+    std::size_t size;
+};
+// The string value handlers: free drops a holder, copy adds one.
+void release_string(void* text) noexcept;
+[[nodiscard]] void* share_string(void* text) noexcept;
+const ValueHandlers& string_handlers() noexcept;
+// A new block holding first then second, up to the first zero byte; held
+// once. Null when memory runs out.
+[[nodiscard]] char* new_string_value(std::string_view first, std::string_view second = {}) noexcept;
+// An object of tag string on a new block; null when memory runs out.
+[[nodiscard]] Object* make_string_object(std::string_view text, std::string_view name, Arbenv* env);
+// The copy of the string type: through the object's own value handlers.
+[[nodiscard]] Object* copy_string_object(const Object* source, Arbenv* env);
+
 inline std::string_view text_value(const Object* o) noexcept {
-    return o->value ? std::string_view(static_cast<const char*>(o->value)) : std::string_view();
+    if (!o->value) return {};
+    // A shared string knows its length: a 10 MB string is read in O(1).
+    if (o->free_value == release_string)
+        return {static_cast<const char*>(o->value),
+                reinterpret_cast<const StringHeader*>(static_cast<const char*>(o->value) - sizeof(StringHeader))->size};
+    return std::string_view(static_cast<const char*>(o->value));
 }
 
 }  // namespace ostr::obj

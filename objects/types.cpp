@@ -111,7 +111,7 @@ constexpr TypeTable builtin_types{{
      .methods = algebraic_methods},
     {.name = "matrix", .methods = matrix_methods},
     {.name = "mutant"},
-    {.name = "string", .handlers = text_value_handlers},
+    {.name = "string", .handlers = {release_string, nullptr, nullptr, share_string}, .copy = copy_string_object},
     {.name = "array", .handlers = array_value_handlers, .methods = array_methods},
     {.name = "class_definition", .methods = class_methods},
     {.name = "top_level"},

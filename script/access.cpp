@@ -7,6 +7,7 @@
 #include "grammar/scan.hpp"
 #include "lang/complex_adapter.hpp"
 #include "lang/text_cache.hpp"
+#include "numtext/numtext_adapter.hpp"
 #include "script/containers.hpp"
 #include "script/state.hpp"
 
@@ -31,18 +32,50 @@ const obj::Object* named(std::string_view name, Arbenv* env) {
 
 }  // namespace
 
+// An index or argument text: prepared for the evaluator, and known when it
+// is a number literal or a plain name (read without the evaluator).
+struct Operand {
+    lang::Prepared code;
+    enum class Form : std::uint8_t { general, number, name } form = Form::general;
+    double number = 0;
+    std::string_view name;  // a view into the chain's text
+};
+
 // An access chain analysed once per text: the steps, with every index and
 // argument text prepared for the evaluator. Kept by text, as the evaluator
 // keeps its analyses, so a[k] in a loop is scanned once.
 struct Chain {
     Text text;
     Access access;  // views into text
-    std::vector<lang::Prepared> index;               // per step; null for methods
-    std::vector<std::vector<lang::Prepared>> args;   // per step; empty for indices
-    bool malformed = false;                          // an empty index or argument
+    std::vector<Operand> index;               // per step; empty for methods
+    std::vector<std::vector<Operand>> args;   // per step; empty for indices
+    bool malformed = false;                   // an empty index or argument
+    bool named_base = false;  // the base is a plain name
+    // Every index and argument is a number or a plain name: none can assign
+    // a variable, so the base need not be looked up again after them.
+    bool plain_operands = true;
 };
 
 namespace {
+
+Operand operand_of(std::string_view text) {
+    Operand o;
+    o.code = lang::prepare(text);
+    if (lang::is_numeric_literal(text, &o.number)) o.form = Operand::Form::number;
+    else if (lang::scan::is_plain_name(text) && text != "i") o.form = Operand::Form::name, o.name = text;
+    return o;
+}
+
+// A number literal as itself, a name holding a number as that number;
+// anything else as the evaluator reads it.
+Value operand_value(const Operand& o, Arbenv* env) {
+    if (o.form == Operand::Form::number) return Value::number({o.number, 0});
+    if (o.form == Operand::Form::name) {
+        const obj::Object* k = named(o.name, env);
+        if (k && k->tag == obj::numeric) return Value::number(obj::numeric_value(k));
+    }
+    return lang::evaluate(o.code, env);
+}
 
 std::shared_ptr<const Chain> analyse_chain(std::string_view text) {
     auto c = std::make_shared<Chain>();
@@ -55,15 +88,18 @@ std::shared_ptr<const Chain> analyse_chain(std::string_view text) {
         c->args.emplace_back();
         if (!st.method) {
             c->malformed |= st.inside.empty();
-            if (!st.inside.empty()) c->index.back() = lang::prepare(st.inside);
+            if (!st.inside.empty()) c->index.back() = operand_of(st.inside);
+            c->plain_operands &= c->index.back().form != Operand::Form::general;
             continue;
         }
         if (st.inside.empty()) continue;
         for (std::string_view piece : lang::scan::split_commas(st.inside)) {
             c->malformed |= piece.empty();
-            c->args.back().push_back(lang::prepare(piece));
+            c->args.back().push_back(operand_of(piece));
+            c->plain_operands &= c->args.back().back().form != Operand::Form::general;
         }
     }
+    c->named_base = name_like(c->access.base);
     return c;
 }
 
@@ -92,12 +128,13 @@ bool evaluate_steps(const Chain& c, Arbenv* env, Args& out, Value* error) {
     out.call.resize(n);
     for (std::size_t k = 0; k < n; ++k) {
         if (!c.access.steps[k].method) {
-            out.index[k] = lang::evaluate(c.index[k], env);
+            out.index[k] = operand_value(c.index[k], env);
             if (out.index[k].is_error()) return *error = std::move(out.index[k]), false;
             continue;
         }
-        for (const lang::Prepared& p : c.args[k]) {
-            out.call[k].push_back(lang::evaluate(p, env));
+        out.call[k].reserve(c.args[k].size());
+        for (const Operand& p : c.args[k]) {
+            out.call[k].push_back(operand_value(p, env));
             if (out.call[k].back().is_error()) return *error = std::move(out.call[k].back()), false;
         }
     }
@@ -226,6 +263,15 @@ Value walk(const Access& a, Args& args, obj::Object* root, bool variable, Arbenv
 
 }  // namespace
 
+Value value_method(obj::Object* self, std::string_view name, std::vector<Value>& args, Arbenv* env) {
+    const MethodRow* row = is_container(self) ? method_of(self, name) : nullptr;
+    if (!row) return fail();
+    if (!row->changes) return call_method(self, row, args, env, obj::max_container_depth);
+    Value tmp = Value::object_of(lang::ObjectPtr(obj::copy_object(self, env)));
+    if (tmp.is_error()) return tmp;
+    return call_method(tmp.obj.get(), row, args, env, obj::max_container_depth);
+}
+
 std::optional<Access> parse_access(std::string_view t) {
     if (t.size() < 3) return std::nullopt;
     std::vector<std::uint32_t> jumps = lang::scan::bracket_jumps(t);
@@ -281,11 +327,20 @@ bool container_atom(std::string_view text, Arbenv* env, Value* out) {
     if (!c || c->access.steps.empty()) return false;
     const Access* a = &c->access;
     Args args;
-    if (name_like(a->base)) {
-        if (!is_container(named(a->base, env))) return false;
+    if (c->named_base) {
+        const obj::Object* root = named(a->base, env);
+        if (!is_container(root)) return false;
+        if (c->plain_operands && a->steps.size() == 1 && !a->steps[0].method) {
+            // name[k]: the read of a loop over an array, without the walk.
+            Value index = operand_value(c->index[0], env);
+            if (index.is_error()) return *out = std::move(index), true;
+            const obj::Item* it = element(const_cast<obj::Object*>(root), index);
+            *out = it ? lang::item_value(*it) : fail(lang::Error::invalid_object);
+            return true;
+        }
         if (!evaluate_steps(*c, env, args, out)) return true;
-        // Looked up again: the arguments may have replaced the variable.
-        obj::Object* o = obj::resolve(env, a->base);
+        // Looked up again when an argument may have replaced the variable.
+        obj::Object* o = c->plain_operands ? const_cast<obj::Object*>(root) : obj::resolve(env, a->base);
         if (!is_container(o)) return *out = fail(), true;
         *out = walk(*a, args, o, true, env);
         return true;

@@ -6,6 +6,7 @@
 #include "grammar/scan.hpp"
 #include "lang/globals.hpp"
 #include "script/containers.hpp"
+#include "script/string_methods.hpp"
 
 namespace ostr::script {
 namespace {
@@ -227,6 +228,32 @@ Value m_min(obj::Object* self, std::span<Value>, Arbenv* env, std::uint32_t) { r
 Value m_max(obj::Object* self, std::span<Value>, Arbenv* env, std::uint32_t) { return statistic("max", self, env); }
 Value m_mean(obj::Object* self, std::span<Value>, Arbenv* env, std::uint32_t) { return statistic("mean", self, env); }
 
+// join(sep): the elements' texts with sep between them (no sep: nothing
+// between). A string gives its text, a number what "+" writes into a string
+// (the significant digits); any other element is an error. The length is
+// known before anything is built, so an oversized result is refused first.
+Value m_join(obj::Object* self, std::span<Value> args, Arbenv* env, std::uint32_t) {
+    std::string_view sep;
+    if (!args.empty() && !string_arg(args[0], sep)) return fail();
+    const auto& items = obj::array_of(self)->items;
+    std::vector<Text> numbers;  // the texts of the number elements, in order
+    std::size_t size = items.empty() ? 0 : sep.size() * (items.size() - 1);
+    for (const Item& it : items) {
+        if (!it.obj) numbers.push_back(lang::display(Value::number(it.num), env->significant_digits));
+        else if (it.obj->tag != obj::string) return fail();
+        size += it.obj ? obj::text_value(it.obj).size() : numbers.back().size();
+    }
+    if (size > limits().max_string_bytes) return abort_value(env, "string too long");
+    Text out;
+    out.reserve(size);
+    std::size_t next_number = 0;
+    for (std::size_t k = 0; k < items.size(); ++k) {
+        if (k) out += sep;
+        out += items[k].obj ? obj::text_value(items[k].obj) : std::string_view(numbers[next_number++]);
+    }
+    return string_result(out, env);
+}
+
 // The rows in the order of the type's method table, then the additions.
 constexpr MethodRow rows[] = {
     {"size", 0, 0, false, m_size},       {"enlarge", 1, 1, true, m_enlarge}, {"matrix", 0, 0, false, m_matrix},
@@ -234,7 +261,7 @@ constexpr MethodRow rows[] = {
     {"delete", 1, -1, true, m_delete},   {"crop", 2, 2, true, m_crop},       {"sort", 0, 0, true, m_sort},
     {"reverse", 0, 0, true, m_reverse},  {"find", 1, 1, false, m_find},      {"contains", 1, 1, false, m_contains},
     {"sum", 0, 0, false, m_sum},         {"min", 0, 0, false, m_min},        {"max", 0, 0, false, m_max},
-    {"mean", 0, 0, false, m_mean},
+    {"mean", 0, 0, false, m_mean},       {"join", 0, 1, false, m_join},
 };
 
 }  // namespace

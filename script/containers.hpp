@@ -24,6 +24,11 @@ bool container_atom(std::string_view text, Arbenv* env, lang::Value* out);
 // variable, else the answer of the assignment (empty on success).
 std::optional<Text> assign_element(std::string_view left, std::string_view right, Arbenv* env);
 
+// A method of an array or map called on a value that no variable holds
+// (the array "s.split(",")" gives, say): a method that changes its
+// container works on a copy. An error for an unknown method or count.
+lang::Value value_method(obj::Object* self, std::string_view name, std::vector<lang::Value>& args, Arbenv* env);
+
 // "array" and "map": keywords of literals, not of blocks.
 bool literal_keyword(std::string_view keyword) noexcept;
 

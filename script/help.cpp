@@ -69,6 +69,7 @@ constexpr HelpText texts[] = {
     {K::array_method, "min", "a.min()", "the least element"},
     {K::array_method, "max", "a.max()", "the greatest element"},
     {K::array_method, "mean", "a.mean()", "the mean of the elements"},
+    {K::array_method, "join", "a.join(sep)", "the strings and numbers of a as one string, sep between them"},
     {K::array_method, "matrix", "a.matrix()", "the array as a matrix (not yet: >invalid_expression<)"},
     {K::map_method, "size", "m.size()", "the number of entries"},
     {K::map_method, "add", "m.add(k,v,...)", "sets each key to the value after it; answers the new size"},

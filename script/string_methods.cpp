@@ -11,6 +11,7 @@
 #include "grammar/operators.hpp"
 #include "grammar/scan.hpp"
 #include "numtext/numtext_adapter.hpp"
+#include "script/containers.hpp"
 #include "script/script.hpp"
 
 namespace ostr::script {
@@ -229,10 +230,24 @@ Value replace(std::string_view self, std::span<Value> args, Arbenv* env) {
     return string_result(out, env);
 }
 
-// split(sep) gives an array, and arrays are not values of the language yet:
-// until they are, the method is known (it is not a missing method) and
-// answers the error word. split_pieces is its core.
-Value split(std::string_view, std::span<Value>, Arbenv*) { return Value::failure(); }
+// split(sep): the pieces between the occurrences of sep, as an array of
+// strings (one more piece than occurrences, so "" gives [""]). The pieces
+// are strings of no environment, as every element of an array is.
+Value split(std::string_view self, std::span<Value> args, Arbenv* env) {
+    std::string_view sep;
+    if (!string_arg(args[0], sep) || sep.empty()) return Value::failure();
+    std::vector<std::string_view> pieces = split_pieces(self, sep);
+    if (pieces.size() > obj::max_container_items) return too_large(env);
+    std::unique_ptr<obj::ArrayValue, void (*)(void*)> block(obj::new_array(), obj::array_handlers().free);
+    if (!block) return Value::failure();
+    block->items.reserve(pieces.size());
+    for (std::string_view p : pieces) {
+        obj::Object* o = make_string(p, "", nullptr);
+        if (!o) return Value::failure();
+        block->items.push_back({{0, 0}, o});
+    }
+    return lang::array_value(block.release());
+}
 
 // ASCII letters only: every other byte, and so every multi-byte character,
 // stays as it is.
@@ -369,6 +384,12 @@ Value call_method(const MethodText& m, std::string_view text, Arbenv* env) {
     if (self.is_error()) return passed_on(self);
     if (self.kind == Value::Kind::formula) return Value::formula_of(Text(text));
     std::string_view s;
+    if (lang::is_array(self) || lang::is_map(self)) {
+        // A container made by the receiver ("s.split(",").join("-")").
+        if (!named)
+            if (auto e = arguments(m.args, env, args)) return std::move(*e);
+        return value_method(self.obj.get(), m.name, args, env);
+    }
     if (!string_arg(self, s)) return Value::failure();
     if (!named)
         if (auto e = arguments(m.args, env, args)) return std::move(*e);

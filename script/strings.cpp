@@ -8,9 +8,7 @@
 namespace ostr::script {
 
 obj::Object* make_string(std::string_view text, std::string_view name, Arbenv* env) {
-    char* v = dup_text(text);
-    if (!v) return nullptr;
-    return obj::make_object(env, obj::string, name, v, obj::text_handlers());
+    return obj::make_string_object(text, name, env);
 }
 
 Text quoted(std::string_view s) {
@@ -45,15 +43,17 @@ bool is_string(const lang::Value& v) noexcept {
     return v.kind == lang::Value::Kind::object && v.obj && v.obj->tag == obj::string;
 }
 
-// The text a value contributes to a joined string: a string's own text, a
-// number as the user would see it; nothing for anything else.
-bool piece(const lang::Value& v, Arbenv* env, Text& out) {
+// The text a value contributes to a joined string: a string's own text
+// where it lies, a number as the user would see it (written into `number`);
+// nothing for anything else.
+bool piece(const lang::Value& v, Arbenv* env, Text& number, std::string_view& out) {
     if (is_string(v)) {
         out = obj::text_value(v.obj.get());
         return true;
     }
     if (v.kind == lang::Value::Kind::number) {
-        out = lang::display(v, env->significant_digits);
+        number = lang::display(v, env->significant_digits);
+        out = number;
         return true;
     }
     return false;
@@ -61,12 +61,15 @@ bool piece(const lang::Value& v, Arbenv* env, Text& out) {
 
 }  // namespace
 
+// The two texts go straight into the new string's block: one copy of each.
 lang::Value string_arithmetic(lang::Value& l, lang::Value& r, char op, Arbenv* env, const lang::OperandTexts&) {
-    Text a, b;
-    if (op != '+' || !piece(l, env, a) || !piece(r, env, b)) return lang::Value::failure();
+    Text na, nb;
+    std::string_view a, b;
+    if (op != '+' || !piece(l, env, na, a) || !piece(r, env, nb, b)) return lang::Value::failure();
     if (a.size() + b.size() > limits().max_string_bytes) return abort_value(env, "string too long");
-    a += b;
-    return lang::Value::object_of(lang::ObjectPtr(make_string(a, "", env)));
+    char* v = obj::new_string_value(a, b);
+    if (!v) return lang::Value::failure();
+    return lang::Value::object_of(lang::ObjectPtr(obj::make_object(env, obj::string, "", v, obj::string_handlers())));
 }
 
 // Order is byte order, which for UTF-8 texts is the order of the code

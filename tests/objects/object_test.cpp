@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 #include <ctime>
 #include <string>
 
@@ -121,6 +122,51 @@ TEST(Environments, NothingLeaksAcrossManyLifecycles) {
         store(env, copy_object(s));  // replaces the original
         free_environment(env);
     }
+    EXPECT_EQ(counter.live(), 0);
+}
+
+// A string's copy adds a holder to the one block (no byte copied), each
+// holder frees its own reference, and a string made by other handlers is
+// copied by them. Failing allocations leave nothing behind.
+TEST(Strings, HoldersShareOneBlock) {
+    test::CountingAlloc counter;
+    Object* a = make_string_object("h\xC3\xA9llo", "s", nullptr);
+    ASSERT_NE(a, nullptr);
+    Object* b = copy_object(a);
+    ASSERT_NE(b, nullptr);
+    EXPECT_EQ(b->value, a->value);
+    EXPECT_EQ(text_value(b), "h\xC3\xA9llo");
+    free_object(a);
+    EXPECT_EQ(text_value(b), "h\xC3\xA9llo");
+    free_object(b);
+
+    Object* plain = make_object(nullptr, string, "", dup_text("xy"), text_handlers());
+    Object* copy = copy_object(plain);
+    ASSERT_NE(copy, nullptr);
+    EXPECT_NE(copy->value, plain->value);
+    EXPECT_EQ(text_value(copy), "xy");
+    free_object(plain);
+    free_object(copy);
+
+    struct Case {
+        std::string_view first, second, want;
+    };
+    using namespace std::string_view_literals;
+    for (const Case& c : {Case{"ab", "cd", "abcd"}, Case{"", "", ""}, Case{"a\0b"sv, "cd", "a"},
+                          Case{"ab", "c\0d"sv, "abc"}}) {
+        char* v = new_string_value(c.first, c.second);
+        ASSERT_NE(v, nullptr);
+        Object* o = make_object(nullptr, string, "", v, string_handlers());
+        EXPECT_EQ(text_value(o), c.want);
+        EXPECT_EQ(text_value(o).size(), std::strlen(v));
+        free_object(o);
+    }
+    for (long k = 0; k < 4; ++k) {
+        counter.fail_after(k);
+        Object* o = make_string_object("abc", "n", nullptr);
+        if (o) free_object(o);
+    }
+    counter.fail_after(-1);
     EXPECT_EQ(counter.live(), 0);
 }
 

@@ -114,6 +114,14 @@ TEST_F(Containers, DeliberateRules) {
         {"median([3,1,2],5)", "2.5"},
         {"for:k=1,k<=3,k=k+1,a.append(k);,a.size()", "\n\n6"},  // a loop changes the variable
         {"sigdigits(2),[1.2345,map:1.2345=1;]", "2\n\n[1.2,map:1.2=1;]"},
+        // Index operands read without the evaluator, and the ones it reads.
+        {"k=\"z\",m[k]", "k <- \"z\"\n\n0"},
+        {"m[z9]", ">invalid_object<"},                             // a free name is no key
+        {"p=[4,5,6],j=2,p[j]+p[3]+p[0x1]", "p <- [4,5,6]\n\nj <- 2\n\n15"},
+        {"p[i]", ">invalid_object<"},
+        {"p[j+1]", "6"},
+        {"p[if:1,p=[7,8],1;]", "7"},                              // an index that assigns the variable
+        {"p.append(j,7),p.swap(j,1),p", "4\n\n4\n\n[8,7,2,7]"},
     });
 }
 

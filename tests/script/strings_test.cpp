@@ -53,13 +53,43 @@ TEST_F(ScriptTest, StringMethods) {
     });
 }
 
+// split gives an array of strings and join takes one back; the separator
+// is found only on character boundaries, and numbers join as "+" writes them.
+TEST_F(ScriptTest, SplitAndJoin) {
+    check({
+        {"s=\"a,b,,c\"", "s <- \"a,b,,c\""},
+        {"p=s.split(\",\")", "p <- s.split(\",\")"},
+        {"p", "[\"a\",\"b\",\"\",\"c\"]"},
+        {"p.size()", "4"},
+        {"p[4]", "\"c\""},
+        {"p.join(\"+\")", "\"a+b++c\""},
+        {"p.join()", "\"abc\""},
+        {"s.split(\",\").join(\";\")", "\"a;b;;c\""},
+        {"s.split(\",\").size()", "4"},
+        {"\"\".split(\",\")", "[\"\"]"},
+        {"\"x\".split(\"xy\")", "[\"x\"]"},
+        {"\"--\".split(\"-\").join(\"+\")", "\"++\""},
+        {"\"b a c\".split(\" \").sort()", "3"},
+        {"\"h\xC3\xA9\xC3\xA9h\".split(\"\xC3\xA9\")", "[\"h\",\"\",\"h\"]"},
+        {"\"h\xC3\xA9\".split(unbase64(\"qQ==\"))", "[\"h\xC3\xA9\"]"},
+        {"[1,\"x\",2.5,-i].join(\" \")", "\"1 x 2.5 -i\""},
+        {"[].join(\",\")", "\"\""},
+        {"[\"solo\"].join(\", \")", "\"solo\""},
+        {"sigdigits(3),[pi].join()", "3\n\n\"3.14\""},
+        {"p", "[\"a\",\"b\",\"\",\"c\"]"},
+    });
+    for (const char* line : {"[1,[2]].join()", "[x].join()", "[map:1=2;].join()", "p.join(1)", "p.join(\",\",\",\")",
+                             "s.split(\",\").nothing()", "s.split(\",\").swap(1)"})
+        EXPECT_EQ(run(line), ">invalid_expression<") << line;
+}
+
 // Bad input: an error word, and the string is unchanged.
 TEST_F(ScriptTest, StringMethodErrors) {
     run("s=\"abc\"");
     for (const char* line :
          {"s.substring(0,1)", "s.substring(5)", "s.substring(3,2)", "s.substring(1.5,1)", "s.substring(1,-1)",
           "s.substring(i,1)", "s.substring()", "s.substring(1,2,3)", "s.find(1)", "s.find()", "s.replace(\"\",\"x\")",
-          "s.replace(\"a\",2)", "s.nope()", "s.upper(1)", "s.split(\",\")", "\"1+2\".number()", "\"\".number()",
+          "s.replace(\"a\",2)", "s.nope()", "s.upper(1)", "s.split(\"\")", "s.split(1)", "s.split()", "\"1+2\".number()", "\"\".number()",
           "(2).upper()", "s.upper(1+)", "s.upper()*2", "-s.upper()", "s..upper()", "s.upper", "s.(1)"})
         EXPECT_EQ(run(line), ">invalid_expression<") << line;
     EXPECT_EQ(run("s"), "\"abc\"");

@@ -51,11 +51,15 @@ extern Tuning tuning;
 // The caller's abort byte, read with a relaxed atomic load because another
 // thread may set it. Once seen, `hit` stays set, so a result computed while
 // the byte flickered is still discarded.
+// A caller above the C face may also give a poll function (the line's stop
+// check of the language), asked at the same points.
 struct Stop {
     const char* byte = nullptr;
     bool hit = false;
+    bool (*poll)() noexcept = nullptr;
     bool check() noexcept {
         if (!hit && byte && __atomic_load_n(byte, __ATOMIC_RELAXED)) hit = true;
+        if (!hit && poll && poll()) hit = true;
         return hit;
     }
 };

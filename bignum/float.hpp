@@ -104,6 +104,11 @@ Float tanh(const Float& x, std::uint64_t bits, Stop& stop);
 // x^n exactly (n >= 0), or at `bits` for n < 0.
 Float pow_int(const Float& x, std::int64_t n, std::uint64_t bits, Stop& stop);
 
+// ---- exact integers (arith.cpp) ----
+// n!, and lo·(lo+1)·…·hi (one when lo > hi; lo >= 1); the caller bounds n.
+Nat factorial_nat(std::uint64_t n, Stop& stop);
+Nat range_product_nat(std::uint64_t lo, std::uint64_t hi, Stop& stop);
+
 // ---- records (float_api.cpp) ----
 // The parts of a BitArrayFloat as the C face and the bignum values hold
 // them. The field's flags: 1 negative, 2 negative exponent, 4 inexact.
@@ -118,7 +123,10 @@ inline constexpr std::int64_t flag_negative = 1, flag_negative_exponent = 2, fla
 Float from_parts(const BitArray* mantissa, const BitArray* exponent, std::int64_t field);
 // New reduced records of x; null parts when memory runs out.
 FloatParts to_parts(const Float& x, bool inexact) noexcept;
-// True when the parts are in the one form to_parts makes.
+// The most decimal digits a holder may keep in the high half of the field.
+inline constexpr std::int64_t max_shown_digits = 10'000'000;
+// True when the parts are in the one form to_parts makes (the high half of
+// the field a digit count up to max_shown_digits).
 bool canonical(const BitArray* mantissa, const BitArray* exponent, std::int64_t field) noexcept;
 
 // Decimal digits to bits: enough bits that `digits` decimal digits are

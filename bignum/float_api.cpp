@@ -83,9 +83,10 @@ FloatParts to_parts(const Float& x, bool inexact) noexcept {
 }
 
 bool canonical(const BitArray* mantissa, const BitArray* exponent, std::int64_t field) noexcept {
-    if (!reduced(mantissa) || !reduced(exponent) || (field & ~known_flags)) return false;
+    // The high half is the holder's (the digits the language shows).
+    if (!reduced(mantissa) || !reduced(exponent) || (field & 0xFFFFFFFF & ~known_flags)) return false;
     const std::uint64_t e = small_value(exponent);
-    if (exponent->bits > 48) return false;
+    if (exponent->bits > 48 || (field >> 32) < 0 || (field >> 32) > max_shown_digits) return false;
     if (mantissa->bits == 1 && mantissa->words[0] == 0)  // zero
         return e == 0 && (field & (flag_negative | flag_negative_exponent)) == 0;
     if (!(mantissa->words[0] & 1)) return false;

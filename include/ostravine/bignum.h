@@ -253,6 +253,9 @@ typedef struct BitArrayFloat {
 #define BITARRAYFLOAT_NEGATIVE 1          /* the value is below zero */
 #define BITARRAYFLOAT_NEGATIVE_EXPONENT 2 /* the binary exponent is below zero */
 #define BITARRAYFLOAT_INEXACT 4           /* a rounded result, or made from one */
+/* Bits 3..31 of the field are clear; bits 32..63 belong to the holder of the
+   record (the language keeps the digits it shows the value with there) and
+   are 0 in every record the functions return. */
 
 OSTR_API void FreeBitArrayFloat(BitArrayFloat *x) OSTR_NOEXCEPT;
 OSTR_API BitArrayFloat *CopyBitArrayFloat(const BitArrayFloat *x) OSTR_NOEXCEPT;

@@ -89,6 +89,8 @@ Text decimal_text(const Float& x, std::uint64_t digits, Stop& stop);
 // Results are faithfully rounded: within one unit of the last bit of the
 // true value (each works at bits + guard and rounds once).
 Float pi(std::uint64_t bits, Stop& stop);
+// Drops this thread's kept π and ln 2 (for benchmarks that time them).
+void clear_constants() noexcept;
 Float ln2(std::uint64_t bits, Stop& stop);
 Float exp(const Float& x, std::uint64_t bits, Stop& stop);
 Float log(const Float& x, std::uint64_t bits, Stop& stop);  // x > 0
@@ -129,8 +131,8 @@ inline constexpr std::int64_t max_shown_digits = 10'000'000;
 // the field a digit count up to max_shown_digits).
 bool canonical(const BitArray* mantissa, const BitArray* exponent, std::int64_t field) noexcept;
 
-// Decimal digits to bits: enough bits that `digits` decimal digits are
-// determined, plus a few.
+// Decimal digits to bits: enough bits for `digits` decimal digits, plus 64
+// guard bits.
 std::uint64_t bits_for_digits(std::uint64_t digits) noexcept;
 
 }  // namespace ostr::big

@@ -237,6 +237,11 @@ Float atan_small(const Float& x, std::uint64_t w, Stop& stop) {
 
 }  // namespace
 
+void clear_constants() noexcept {
+    cached_pi = Constant{};
+    cached_ln2 = Constant{};
+}
+
 Float pi(std::uint64_t bits, Stop& stop) { return cached(cached_pi, bits, stop, compute_pi); }
 Float ln2(std::uint64_t bits, Stop& stop) { return cached(cached_ln2, bits, stop, compute_ln2); }
 

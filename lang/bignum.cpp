@@ -155,12 +155,33 @@ Value big_pair(Value& l, Value& r, char op, Arbenv* env, const OperandTexts&) {
     });
 }
 
+// -1, 0, 1. Inexact values count as equal when they differ only in the
+// guard bits below their shown digits (the noise of the rounding on their
+// way): big("0.1")+big("0.2") equals big("0.3"). Exact values compare exactly.
+int order(const Big& a, const Big& b) {
+    const int k = big::cmp(a.x, b.x);
+    if (k == 0 || (!a.inexact && !b.inexact)) return k;
+    big::Stop stop;
+    const int digits = shown_digits(max_big_digits, a, &b);
+    const auto tolerance = static_cast<std::int64_t>(big::bits_for_digits(static_cast<std::uint64_t>(digits))) - 48;
+    const Float d = big::sub(a.x, b.x, 64, stop);
+    const std::int64_t scale = std::max(big::top(a.x), big::top(b.x));
+    return big::top(d) <= scale - tolerance ? 0 : k;
+}
+
 int big_compare(const Value& l, const Value& r, ops::Cond c) {
     if (!big_value(l) && !big_value(r)) return -1;
     try {
-        const auto a = operand(l, 256), b = operand(r, 256);
+        // A number beside a big value is read at that value's precision.
+        int digits = max_big_digits;
+        for (const Value* v : {&l, &r})
+            if (const auto* b = big_value(*v); b && (b->field >> 32) > 0)
+                digits = std::min(digits, static_cast<int>(b->field >> 32));
+        if (digits == max_big_digits) digits = default_big_digits;
+        const std::uint64_t bits = big::bits_for_digits(static_cast<std::uint64_t>(digits));
+        const auto a = operand(l, bits), b = operand(r, bits);
         if (!a || !b) return -1;
-        const int k = big::cmp(a->x, b->x);
+        const int k = order(*a, *b);
         switch (c) {
         case ops::Cond::eq: return k == 0;
         case ops::Cond::ne: return k != 0;

@@ -9,11 +9,13 @@
 
 #include "bignum/bitarray.hpp"
 #include "ostravine/core.h"
+#include "ostravine/environment.h"
 #include "ostravine/envio.h"
 #include "ostravine/persist.h"
 #include "ostravine/script.h"
 #include "objects/environment.hpp"
 #include "script_support.hpp"
+#include "support/counting_alloc.hpp"
 
 namespace ostr::test {
 namespace {
@@ -201,6 +203,30 @@ TEST_F(BigNumbers, TravelBitForBitAndDamageIsRefused) {
         ASSERT_EQ(run("x=big(1)/7"), "x <- big(1)/7");
         b = static_cast<obj::BignumValue*>(obj::find(env, "x")->value);
     }
+}
+
+// Every truncation and every flipped byte of a record of big values reads
+// as nothing or as an environment that works; nothing is left behind.
+TEST_F(BigNumbers, DamagedRecordsNeverCrashOrLeak) {
+    check({{"x=big(1)/7", "x <- big(1)/7"}, {"y=-big(3)^90", "y <- -big(3)^90"}});
+    const std::string r = record_of(env);
+    CountingAlloc counter;
+    const long before = counter.live();
+    for (std::size_t n = 0; n < r.size(); ++n) EXPECT_EQ(read_record(r.substr(0, n)), nullptr) << n;
+    int read_back = 0;
+    for (std::size_t k = 0; k < r.size(); ++k) {
+        for (unsigned char mask : {0x01, 0x80, 0xff}) {
+            std::string bad = r;
+            bad[k] = static_cast<char>(bad[k] ^ mask);
+            if (Arbenv* e = read_record(bad)) {
+                ++read_back;
+                FreeString(ArbevalScript("x*y+1/x", e, 1));
+                TerminateEnvironment(e);
+            }
+        }
+    }
+    EXPECT_GT(read_back, 0);
+    EXPECT_EQ(counter.live(), before);
 }
 
 TEST_F(BigNumbers, AStopFromAnotherThreadEndsALongComputation) {

@@ -18,7 +18,7 @@ runs = defaultdict(list)
 for b in json.load(open(sys.argv[1]))["benchmarks"]:
     if b.get("run_type") == "aggregate":
         continue
-    op, who, size = b["run_name"].split("/")
+    op, who, size = b["run_name"].split("/")[:3]
     scale = UNIT[b["time_unit"]]
     runs[(op, int(size), who)].append((b["cpu_time"] * scale, b["real_time"] * scale))
 

@@ -11,6 +11,7 @@
 #include <bit>
 #include <cmath>
 #include <utility>
+#include <vector>
 
 #include "bignum/bitarray.hpp"
 #include "bignum/float.hpp"
@@ -42,6 +43,19 @@ struct Split {
     bool pneg = false;
 };
 
+// The terms [a, m) and [m, b) of a hypergeometric series joined: with
+// T/Q = Σ_n Π_{i<=n} p(i)/q(i), T = T_l·Q_h + P_l·T_h.
+Split merge(Split l, Split h, Stop& stop) {
+    check(stop);
+    Split r;
+    r.t = signed_sum({l.t.neg, mul(h.q, l.t.m, stop)}, {l.pneg != h.t.neg, mul(l.p, h.t.m, stop)});
+    r.q = mul(l.q, h.q, stop);
+    r.p = mul(l.p, h.p, stop);
+    r.pneg = l.pneg != h.pneg;
+    check(stop);
+    return r;
+}
+
 // P, Q, T of the terms [a, b) of Chudnovsky's series:
 // 1/π = 12 Σ (-1)^k (6k)! (13591409 + 545140134k) / ((3k)! (k!)³ 640320^(3k+3/2)).
 Split chudnovsky(std::uint64_t a, std::uint64_t b, Stop& stop) {
@@ -65,14 +79,7 @@ Split chudnovsky(std::uint64_t a, std::uint64_t b, Stop& stop) {
     }
     check(stop);
     const std::uint64_t m = a + (b - a) / 2;
-    Split l = chudnovsky(a, m, stop), h = chudnovsky(m, b, stop);
-    check(stop);
-    r.t = signed_sum({l.t.neg, mul(h.q, l.t.m, stop)}, {l.pneg != h.t.neg, mul(l.p, h.t.m, stop)});
-    r.q = mul(l.q, h.q, stop);
-    r.p = mul(l.p, h.p, stop);
-    r.pneg = l.pneg != h.pneg;
-    check(stop);
-    return r;
+    return merge(chudnovsky(a, m, stop), chudnovsky(m, b, stop), stop);
 }
 
 Float compute_pi(std::uint64_t bits, Stop& stop) {
@@ -130,13 +137,17 @@ Float compute_ln2(std::uint64_t bits, Stop& stop) {
 
 // Σ term_j with term_0 = first and term_j = term_(j-1) · x / step(j), at w
 // bits, until the terms fall below the sum's last bit; `alternate` flips the
-// sign of every other term.
+// sign of every other term. A term k bits below the sum needs only w - k
+// bits of its own (its error stays below the sum's last bit), so the
+// products shrink as the terms do.
 template <class Step>
 Float series(Float term, const Float& x, std::uint64_t w, bool alternate, Stop& stop, Step step) {
     Float sum = term;
     for (std::uint64_t j = 1; j < 100'000'000; ++j) {
-        term = mul(term, x, w, stop);
-        for (std::uint64_t d : step(j)) term = div_u64(term, d, w, stop);
+        const auto lost = static_cast<std::uint64_t>(std::max<std::int64_t>(0, top(sum) - top(term)));
+        const std::uint64_t wt = lost + 64 < w ? w - lost : 64;
+        term = mul(term, round_to(x, wt), wt, stop);
+        for (std::uint64_t d : step(j)) term = div_u64(term, d, wt, stop);
         if (is_zero(term) || top(term) < top(sum) - static_cast<std::int64_t>(w) - 2) break;
         sum = alternate && (j & 1) ? sub(sum, term, w, stop) : add(sum, term, w, stop);
         check(stop);
@@ -148,8 +159,8 @@ Float series(Float term, const Float& x, std::uint64_t w, bool alternate, Stop& 
 // series terms against the doublings.
 std::int64_t halvings(std::uint64_t w) { return static_cast<std::int64_t>(std::sqrt(static_cast<double>(w)) / 2) + 1; }
 
-// exp(r) for |r| <= 1, at w bits.
-Float exp_small(const Float& r, std::uint64_t w, Stop& stop) {
+// exp(r) for |r| <= 1, at w bits, by the series.
+Float exp_series(const Float& r, std::uint64_t w, Stop& stop) {
     const std::int64_t k = halvings(w);
     const std::uint64_t wk = w + static_cast<std::uint64_t>(k) + 16;
     const Float x = ldexp(r, -k);
@@ -158,9 +169,83 @@ Float exp_small(const Float& r, std::uint64_t w, Stop& stop) {
     return round_to(y, w);
 }
 
+// exp(r) for |r| <= 1 at w bits: y <- y + y·(r - ln y) doubles the correct
+// bits; the series gives the first tuning.exp_newton_bits. Above that
+// precision the iteration's cost, M(n) log n per ln by the AGM, is below the
+// series' M(n) √n.
+Float exp_small(const Float& r, std::uint64_t w, Stop& stop) {
+    if (w <= tuning.exp_newton_bits) return exp_series(r, w, stop);
+    std::vector<std::uint64_t> steps;
+    for (std::uint64_t p = w; p > tuning.exp_newton_bits; p = p / 2 + 32) steps.push_back(p);
+    const std::uint64_t first = steps.back() / 2 + 32;
+    Float y = exp_series(round_to(r, first + 16), first, stop);
+    for (auto p = steps.rbegin(); p != steps.rend(); ++p) {
+        const Float d = sub(r, log(y, *p + 16, stop), *p + 16, stop);
+        y = add(y, mul(y, d, *p / 2 + 64, stop), *p + 16, stop);
+        check(stop);
+    }
+    return round_to(y, w);
+}
+
+// The terms [a, b) of sin(x)/x - 1 for x = u/2^k: the ratio of term n to
+// term n-1 is -u² / (2^(2k)·2n·(2n+1)).
+Split sine_split(std::uint64_t a, std::uint64_t b, const Nat& u2, std::uint64_t k2, Stop& stop) {
+    if (b - a == 1) {
+        Split r;
+        r.p = u2, r.pneg = true;
+        r.q = shl(Nat{2 * a}, k2);
+        mul_small_in(r.q, 2 * a + 1);
+        r.t = {true, u2};
+        return r;
+    }
+    const std::uint64_t m = a + (b - a) / 2;
+    return merge(sine_split(a, m, u2, k2, stop), sine_split(m, b, u2, k2, stop), stop);
+}
+
+// sin(u/2^k) at w bits for 0 < u < 2^k, by binary splitting of the series:
+// each term gains 2(k - bits(u)) + log2(2n(2n+1)) bits.
+Float sin_rational(const Nat& u, std::uint64_t k, std::uint64_t w, Stop& stop) {
+    const double per = 2.0 * static_cast<double>(k - bit_length(u));
+    std::uint64_t n = 1;
+    for (double gained = 0; gained < static_cast<double>(w) + 16; ++n)
+        gained += per + std::log2(2.0 * static_cast<double>(n) * static_cast<double>(2 * n + 1));
+    Split s = sine_split(1, n + 1, sqr(u, stop), 2 * k, stop);
+    const Float q = normalised(false, std::move(s.q), 0);
+    const Float sum = add(q, normalised(s.t.neg, std::move(s.t.m), 0), 0, stop);
+    return div(mul(normalised(false, u, -static_cast<std::int64_t>(k)), sum, 0, stop), q, w, stop);
+}
+
+// sin and cos of 0 <= r < 1 by the bit-burst split r = Σ u_j/2^(k_j): u_0
+// holds the first 32 bits after the point, u_j the next 32·2^(j-1); each
+// piece's sine by binary splitting, its cosine from it, and the pieces
+// joined by the addition theorems. O(M(n) log² n).
+std::pair<Float, Float> sincos_burst(const Float& r, std::uint64_t w, Stop& stop) {
+    const std::uint64_t frac = static_cast<std::uint64_t>(-r.e);  // r = m / 2^frac
+    Float s, c = one();
+    std::uint64_t lo = 0;
+    for (std::uint64_t hi = 32; lo < frac; lo = hi, hi *= 2) {
+        const Nat v = hi >= frac ? shl(r.m, hi - frac) : shr(r.m, frac - hi);
+        const Nat u = low_bits(v, hi - lo);
+        if (u.empty()) continue;
+        const Float si = sin_rational(u, hi, w, stop);
+        const Float ci = sqrt(sub(one(), mul(si, si, w, stop), w, stop), w, stop);
+        Float s2 = add(mul(s, ci, w, stop), mul(c, si, w, stop), w, stop);
+        c = sub(mul(c, ci, w, stop), mul(s, si, w, stop), w, stop);
+        s = std::move(s2);
+        check(stop);
+    }
+    return {s, c};
+}
+
 // sin and cos of r, |r| <= 1, at w bits (relative to each result).
 std::pair<Float, Float> sincos_small(const Float& r, std::uint64_t w, Stop& stop) {
     if (is_zero(r)) return {Float{}, one()};
+    if (w > tuning.sin_burst_bits && r.e < 0) {
+        // The pieces are summed with as many more bits as r is small.
+        const std::uint64_t wb = w + 32 + static_cast<std::uint64_t>(std::max<std::int64_t>(0, -top(r)));
+        auto [s, c] = sincos_burst(abs(r), wb, stop);
+        return {round_to(r.neg ? neg(s) : s, w), round_to(c, w)};
+    }
     const std::int64_t k = halvings(w);
     const std::uint64_t wk = w + 2 * static_cast<std::uint64_t>(k) + 16;
     const Float x = ldexp(r, -k);

@@ -45,6 +45,10 @@ struct Tuning {
     std::size_t sqr_toom3 = 400;
     std::size_t div_newton = 60;      // schoolbook division while quotient or divisor is shorter
     std::size_t radix_base = 24;      // decimal conversion by single-word steps below
+    // Big floats, in bits of precision: exp by Newton's iteration on ln
+    // above, sin and cos by binary splitting (bit-burst) above.
+    std::uint64_t exp_newton_bits = 12'000;
+    std::uint64_t sin_burst_bits = 8'000;
 };
 extern Tuning tuning;
 

@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Time ratios ours/gmp from Google Benchmark JSON, medians of the repetitions.
+"""Time ratios ours/peer from Google Benchmark JSON, medians of the repetitions
+(the peer is whichever name is not "ours": gmp, mpfr).
 
 usage: bench_bignum --benchmark_format=json --benchmark_repetitions=5 > out.json
        python3 bench/ratios.py out.json
@@ -17,13 +18,14 @@ runs = defaultdict(list)
 for b in json.load(open(sys.argv[1]))["benchmarks"]:
     if b.get("run_type") == "aggregate":
         continue
-    op, who, size = b["run_name"].split("/")
+    op, who, size = b["run_name"].split("/")[:3]
     scale = UNIT[b["time_unit"]]
     runs[(op, int(size), who)].append((b["cpu_time"] * scale, b["real_time"] * scale))
 
-print(f"{'operation':9} {'size':>8} {'ours cpu':>11} {'gmp cpu':>11} {'cpu ratio':>9} {'wall ratio':>10}")
+peer = next((who for _, _, who in runs if who != "ours"), "gmp")
+print(f"{'operation':9} {'size':>8} {'ours cpu':>11} {peer + ' cpu':>11} {'cpu ratio':>9} {'wall ratio':>10}")
 for op, size in sorted({(op, size) for op, size, _ in runs}):
-    ours, gmp = runs.get((op, size, "ours")), runs.get((op, size, "gmp"))
+    ours, gmp = runs.get((op, size, "ours")), runs.get((op, size, peer))
     if not ours or not gmp:
         continue
     oc, gc = statistics.median(t[0] for t in ours), statistics.median(t[0] for t in gmp)

@@ -210,6 +210,12 @@ limb karatsuba_word(limb x, limb y) {
 }
 
 }  // namespace
+
+Nat factorial_nat(std::uint64_t n, Stop& stop) { return factorial(n, stop); }
+Nat range_product_nat(std::uint64_t lo, std::uint64_t hi, Stop& stop) {
+    return lo > hi ? Nat{1} : range_product(lo, hi, stop);
+}
+
 }  // namespace ostr::big
 
 using namespace ostr::big;

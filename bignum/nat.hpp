@@ -45,17 +45,25 @@ struct Tuning {
     std::size_t sqr_toom3 = 400;
     std::size_t div_newton = 60;      // schoolbook division while quotient or divisor is shorter
     std::size_t radix_base = 24;      // decimal conversion by single-word steps below
+    // Big floats, in bits of precision: exp by Newton's iteration on ln
+    // above, sin and cos by binary splitting (bit-burst) above.
+    std::uint64_t exp_newton_bits = 12'000;
+    std::uint64_t sin_burst_bits = 8'000;
 };
 extern Tuning tuning;
 
 // The caller's abort byte, read with a relaxed atomic load because another
 // thread may set it. Once seen, `hit` stays set, so a result computed while
 // the byte flickered is still discarded.
+// A caller above the C face may also give a poll function (the line's stop
+// check of the language), asked at the same points.
 struct Stop {
     const char* byte = nullptr;
     bool hit = false;
+    bool (*poll)() noexcept = nullptr;
     bool check() noexcept {
         if (!hit && byte && __atomic_load_n(byte, __ATOMIC_RELAXED)) hit = true;
+        if (!hit && poll && poll()) hit = true;
         return hit;
     }
 };

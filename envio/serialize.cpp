@@ -15,6 +15,7 @@
 #include <new>
 
 #include "bignum/bitarray.hpp"
+#include "bignum/float.hpp"
 #include "envio/containers_io.hpp"
 #include "ostravine/envio.h"
 #include "ostravine/hash.h"
@@ -158,13 +159,10 @@ bool get_bits(Reader& in, void*& out) {
     out = nullptr;
     if (!present) return true;
     std::uint64_t bits, n;
-    if (!in.get(bits) || !in.get(n) || n > in.left() / 8 || bits > n * 64) return false;
+    // Exactly the words of the bit count: the one form the writer makes.
+    if (!in.get(bits) || !in.get(n) || n > in.left() / 8 || bits == 0 || n != (bits + 63) / 64) return false;
     BitArray* a = got(big::make(bits));
-    // The words the array holds for its bits; any further words of the
-    // record are skipped.
-    const std::uint64_t keep = a->words ? std::min(n, a->nwords) : 0;
-    if (keep) in.take(a->words, keep * 8);
-    in.skip((n - keep) * 8);
+    in.take(a->words, n * 8);
     out = a;
     return true;
 }
@@ -200,6 +198,10 @@ obj::Object* make_from(std::uint32_t tag, std::string_view key, std::string_view
         std::uint64_t field;
         if (!r.get(field) || !get_bits(r, b->mantissa) || !get_bits(r, b->exponent)) return nullptr;
         b->field = static_cast<std::int64_t>(field);
+        // A big number has one form; any other is damage of the record.
+        if (!big::canonical(static_cast<BitArray*>(b->mantissa), static_cast<BitArray*>(b->exponent), b->field) ||
+            r.left() != 0)
+            return nullptr;
         // The object layer keeps its bignum handlers to itself; a copy of the
         // object carries them.
         return got(obj::copy_object(o.get(), env));
@@ -247,7 +249,7 @@ bool get_table(Reader& in, obj::ObjectTable& table, Arbenv* env, int depth) {
         obj::Object* o = make_from(tag, key, value, env, depth);
         // A damaged array or map is damage of the record, not an object of
         // another build to skip.
-        if (!o && (tag == obj::array || tag == obj::map)) return false;
+        if (!o && (tag == obj::array || tag == obj::map || tag == obj::bignum)) return false;
         if (!o) continue;
         o->is_private = flags[0];
         o->locked = flags[1];

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "lang/complex_adapter.hpp"
+#include "lang/bignum.hpp"
 #include "lang/containers.hpp"
 #include "lang/globals.hpp"
 
@@ -67,6 +68,7 @@ void fill_type_table(obj::TypeTable& t) {
     t.types[Tag::algebraic].binary[Tag::algebraic] = formula_pair;
     both_ways(t, Tag::algebraic, Tag::numeric, formula_pair);
     fill_array_pairs(t);
+    fill_big_pairs(t);
 }
 
 }  // namespace ostr::lang

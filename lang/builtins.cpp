@@ -9,6 +9,7 @@
 #include <cmath>
 #include <vector>
 
+#include "lang/bignum.hpp"
 #include "lang/globals.hpp"
 #include "numtext/numtext.hpp"
 #include "ostravine/hash.h"
@@ -258,6 +259,9 @@ const Row rows[] = {
     {{"bessely(2)", "bessely(x,nu)", "Bessel function Y of real order nu at real x > 0", "bessely(1,0)",
       "0.0882569642156769"},
      real2<BesselY>},
+    {{"big(1)", "big(x)", "x as a big number: a number, or a string of decimal digits, \"pi\" or \"e\"",
+      "big(2)^70", "1180591620717411303424"},
+     builtin::big},
     {{"ceil(1)", "ceil(z)", "smallest integer not below each part", "ceil(1.2-1.5*i)", "2-i"}, complex1<CeilC>},
     {{"comb(2)", "comb(n,k)", "binomial coefficient n!/(k!(n-k)!), the number of k-subsets of n things",
       "comb(5,2)", "10"},
@@ -272,6 +276,8 @@ const Row rows[] = {
      complex1<FloorC>},
     {{"gcd(2)", "gcd(n1,n2)", "greatest common divisor of two integers", "gcd(12,18)", "6"}, real2<Gcd>},
     {{"hypot(2)", "hypot(x,y)", "sqrt(x^2+y^2) without overflow", "hypot(3,4)", "5"}, real2<hypotenuse>},
+    {{"idiv(2)", "idiv(a,n)", "integer quotient floor(a/n); exact for big integers", "idiv(-7,2)", "-4"},
+     builtin::idiv},
     {{"im(1)", "im(z)", "imaginary part", "im(3+4*i)", "4"}, part<imaginary_part>},
     {{"int()", "int(f(x),x,x1,x2,n)", "integral of f from x1 to x2, starting from n intervals (n may be left out)",
       "int(x^2,x,0,3)", "9"},

@@ -9,6 +9,7 @@
 #include <cmath>
 #include <optional>
 
+#include "lang/bignum.hpp"
 #include "lang/complex_adapter.hpp"
 #include "lang/containers.hpp"
 #include "lang/globals.hpp"
@@ -171,7 +172,9 @@ private:
                 return Value::number({re, im});
             return v;
         case Value::Kind::error: return poisoned(v, v).value();
-        case Value::Kind::object: return negated_array(v);
+        case Value::Kind::object:
+            if (auto b = negated_big(v)) return std::move(*b);
+            return negated_array(v);
         }
         return Value::failure();
     }
@@ -193,6 +196,7 @@ private:
             return Value::formula_of(Text(text(n)));
         }
         if (v.is_error()) return poisoned(v, v).value();
+        if (n.op == '!' && is_big(v)) return big_factorial(v);
         if (v.kind != Value::Kind::formula && v.kind != Value::Kind::pair) return Value::failure();
         Text inner = joined(v.text);
         if (inner.size() > max_formula_text) return Value::failure();
@@ -281,6 +285,7 @@ private:
         for (std::uint32_t k = 0; k < n.count; ++k)
             texts[k] = text(c_.tree.argument_begin(n, k), c_.tree.argument_end(n, k));
         if (auto v = array_call(b, fname, Call{text(n), texts, env_}, args)) return std::move(*v);
+        if (auto v = big_call(fname, Call{text(n), texts, env_}, args)) return std::move(*v);
         return b.call_fn(Call{text(n), texts, env_}, args);
     }
 

@@ -29,6 +29,8 @@ constexpr HelpText texts[] = {
     {K::word, "private", "private:statements;", "runs its statements in order"},
     {K::command, "help", "help(name)", "the help of a name; help() lists the topics"},
     {K::command, "sigdigits", "sigdigits(n)", "shows numbers with n significant digits, n from 1 to 15"},
+    {K::command, "bigdigits", "bigdigits=n",
+     "the digits big numbers are computed and shown with, 1 to 10000000 (30 when unset)"},
     {K::command, "export", "export(\"FILE\")", "writes the session's names to FILE; answers how many"},
     {K::command, "import", "import(\"FILE\")", "merges the names of FILE into the session; answers how many"},
     {K::command, "plot", "plot(f,x,a,b)", "draws f (or [f,g,...]) for x from a to b into a PNG file; answers its name"},

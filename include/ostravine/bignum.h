@@ -232,6 +232,76 @@ OSTR_API BitArray *BitStringToBitArray(const char *text) OSTR_NOEXCEPT;
 /* Writes the bits, most significant first, and a newline (stdout for NULL). */
 OSTR_API void PrintBitArray(const BitArray *a, FILE *stream) OSTR_NOEXCEPT;
 
+/* ---- Big binary floats ----
+
+   A BitArrayFloat is (-1)^s * mantissa * 2^(+-exponent): the mantissa odd
+   (or zero, with a zero exponent and no flags), the exponent's magnitude in
+   its own record, and the 64-bit field holding the flags below. A record in
+   this form is canonical; the functions accept any record and return
+   canonical ones. Precisions `p` count significant bits of the result; the
+   results of +, - and * are exact for p = 0. Rounding is to nearest, ties to
+   even: the operations are correctly rounded, the functions (exp, log, the
+   trigonometric ones, pi) faithfully rounded (within one unit of the last
+   bit). NULL: an invalid argument (a logarithm of zero, a result beyond
+   2^(+-2^32)), an abort, or memory running out. */
+typedef struct BitArrayFloat {
+    BitArray *mantissa;
+    BitArray *exponent;
+    int64_t field;
+} BitArrayFloat;
+
+#define BITARRAYFLOAT_NEGATIVE 1          /* the value is below zero */
+#define BITARRAYFLOAT_NEGATIVE_EXPONENT 2 /* the binary exponent is below zero */
+#define BITARRAYFLOAT_INEXACT 4           /* a rounded result, or made from one */
+/* Bits 3..31 of the field are clear; bits 32..63 belong to the holder of the
+   record (the language keeps the digits it shows the value with there) and
+   are 0 in every record the functions return. */
+
+OSTR_API void FreeBitArrayFloat(BitArrayFloat *x) OSTR_NOEXCEPT;
+OSTR_API BitArrayFloat *CopyBitArrayFloat(const BitArrayFloat *x) OSTR_NOEXCEPT;
+/* 1 when the record is canonical (see above), else 0. */
+OSTR_API int TestCanonicalBitArrayFloat(const BitArrayFloat *x) OSTR_NOEXCEPT;
+/* The integer a, negated when `negative` is non-zero. */
+OSTR_API BitArrayFloat *BitArrayToBitArrayFloat(const BitArray *a, int negative) OSTR_NOEXCEPT;
+/* The exact value of a finite double; NULL for NaN and infinities. */
+OSTR_API BitArrayFloat *DoubleToBitArrayFloat(double x) OSTR_NOEXCEPT;
+/* The nearest double (+-infinity beyond its range, 0 for NULL). */
+OSTR_API double BitArrayFloatToDouble(const BitArrayFloat *x) OSTR_NOEXCEPT;
+/* -1, 0 or 1 as a <, =, > b; 0 when either is NULL. */
+OSTR_API int CompareBitArrayFloats(const BitArrayFloat *a, const BitArrayFloat *b) OSTR_NOEXCEPT;
+/* [-+]digits[.digits][(e|E)[-+]digits], rounded at p bits when not exact. */
+OSTR_API BitArrayFloat *DecimalStringToBitArrayFloat(const char *text, uint64_t p,
+                                                     const char *abort) OSTR_NOEXCEPT;
+/* x rounded to `digits` significant decimal digits (trailing zeros dropped;
+   plain for 1e-6 <= |x| < 10^digits, else d.ddde+k); digits = 0: an
+   integer's exact digits, NULL for a value that is not an integer. */
+OSTR_API char *BitArrayFloatToDecimalString(const BitArrayFloat *x, uint64_t digits,
+                                            const char *abort) OSTR_NOEXCEPT;
+OSTR_API BitArrayFloat *AddBitArrayFloats(const BitArrayFloat *a, const BitArrayFloat *b, uint64_t p,
+                                          const char *abort) OSTR_NOEXCEPT;
+OSTR_API BitArrayFloat *SubtractBitArrayFloats(const BitArrayFloat *a, const BitArrayFloat *b, uint64_t p,
+                                               const char *abort) OSTR_NOEXCEPT;
+OSTR_API BitArrayFloat *MultiplyBitArrayFloats(const BitArrayFloat *a, const BitArrayFloat *b, uint64_t p,
+                                               const char *abort) OSTR_NOEXCEPT;
+/* a / b at p >= 1 bits; NULL for b = 0. */
+OSTR_API BitArrayFloat *DivideBitArrayFloats(const BitArrayFloat *a, const BitArrayFloat *b, uint64_t p,
+                                             const char *abort) OSTR_NOEXCEPT;
+/* The elementary functions at p >= 1 bits. */
+OSTR_API BitArrayFloat *SquareRootBitArrayFloat(const BitArrayFloat *x, uint64_t p, const char *abort) OSTR_NOEXCEPT;
+OSTR_API BitArrayFloat *ExpBitArrayFloat(const BitArrayFloat *x, uint64_t p, const char *abort) OSTR_NOEXCEPT;
+OSTR_API BitArrayFloat *LogBitArrayFloat(const BitArrayFloat *x, uint64_t p, const char *abort) OSTR_NOEXCEPT;
+OSTR_API BitArrayFloat *SinBitArrayFloat(const BitArrayFloat *x, uint64_t p, const char *abort) OSTR_NOEXCEPT;
+OSTR_API BitArrayFloat *CosBitArrayFloat(const BitArrayFloat *x, uint64_t p, const char *abort) OSTR_NOEXCEPT;
+OSTR_API BitArrayFloat *TanBitArrayFloat(const BitArrayFloat *x, uint64_t p, const char *abort) OSTR_NOEXCEPT;
+OSTR_API BitArrayFloat *ArcTanBitArrayFloat(const BitArrayFloat *x, uint64_t p, const char *abort) OSTR_NOEXCEPT;
+OSTR_API BitArrayFloat *ArcSinBitArrayFloat(const BitArrayFloat *x, uint64_t p, const char *abort) OSTR_NOEXCEPT;
+OSTR_API BitArrayFloat *ArcCosBitArrayFloat(const BitArrayFloat *x, uint64_t p, const char *abort) OSTR_NOEXCEPT;
+OSTR_API BitArrayFloat *SinhBitArrayFloat(const BitArrayFloat *x, uint64_t p, const char *abort) OSTR_NOEXCEPT;
+OSTR_API BitArrayFloat *CoshBitArrayFloat(const BitArrayFloat *x, uint64_t p, const char *abort) OSTR_NOEXCEPT;
+OSTR_API BitArrayFloat *TanhBitArrayFloat(const BitArrayFloat *x, uint64_t p, const char *abort) OSTR_NOEXCEPT;
+/* pi at p >= 1 bits. */
+OSTR_API BitArrayFloat *PiBitArrayFloat(uint64_t p, const char *abort) OSTR_NOEXCEPT;
+
 OSTR_END_DECLS
 
 #endif

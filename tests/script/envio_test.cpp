@@ -126,12 +126,15 @@ TEST_F(EnvStream, EveryTagTravelsThroughItsHandlers) {
     obj::store(env_, obj::make_object(env_, obj::matrix, "m", copyRBNodeValueString(const_cast<char*>("k=v")), slot));
     obj::store(env_, obj::make_object(env_, obj::node, "orphan", copyRBNodeValueString(const_cast<char*>("x")),
                                       {freeRBNodeValueString, nullptr, nullptr, copyRBNodeValueString}));
-    // A big number: two bit arrays and a field.
+    // A big number: two bit arrays (an odd mantissa with its top bit set, the
+    // exponent's magnitude) and a field (flags, digits shown in the high half).
     auto* b = static_cast<obj::BignumValue*>(mem_alloc(sizeof(obj::BignumValue)));
     BitArray* mant = big::make(130);
     for (std::uint64_t k = 0; k < mant->nwords; ++k) mant->words[k] = 0x0123456789abcdefu * (k + 1);
+    mant->words[2] = 3;
     const std::vector<std::uint64_t> words(mant->words, mant->words + mant->nwords);
-    *b = {mant, big::make(3), -77};
+    const std::int64_t field = 3 | (std::int64_t{40} << 32);
+    *b = {mant, InitializeBitArrayFromUInt64(5), field};
     obj::Object* raw = obj::make_object(env_, obj::bignum, "big", b, {[](void* v) {
         auto* x = static_cast<obj::BignumValue*>(v);
         big::release(static_cast<BitArray*>(x->mantissa));
@@ -155,12 +158,12 @@ TEST_F(EnvStream, EveryTagTravelsThroughItsHandlers) {
     obj::Object* big_back = obj::find(e, "big");
     ASSERT_NE(big_back, nullptr);
     auto* bb = static_cast<obj::BignumValue*>(big_back->value);
-    EXPECT_EQ(bb->field, -77);
+    EXPECT_EQ(bb->field, field);
     auto* mb = static_cast<BitArray*>(bb->mantissa);
     ASSERT_EQ(mb->bits, 130u);
     ASSERT_EQ(mb->nwords, words.size());
     for (std::uint64_t k = 0; k < mb->nwords; ++k) EXPECT_EQ(mb->words[k], words[k]);
-    EXPECT_EQ(static_cast<BitArray*>(bb->exponent)->bits, 3u);
+    EXPECT_EQ(static_cast<BitArray*>(bb->exponent)->words[0], 5u);
     obj::Object* loop = obj::find(e, "loop");
     ASSERT_NE(loop, nullptr);
     auto* inner_env = static_cast<Arbenv*>(loop->value);

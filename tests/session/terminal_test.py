@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """The console at a terminal, driven through a pseudo-terminal as a user
 drives it: editing keys, history across runs, completion, Ctrl-C in a long
-loop and at the prompt, Ctrl-D, SIGHUP and SIGTERM saving the state file,
+loop, in 10^6-digit big-number work and at the prompt, Ctrl-D, SIGHUP and SIGTERM saving the state file,
 the greeting and colours; with tmux, where the line and cursor land on the
 screen when the line is wider than the window.
 
@@ -161,6 +161,30 @@ def interrupt(d):
     check(piped(d, 'y\n').count(': 5\n') == 1, 'saved after Ctrl-C')
 
 
+def interrupt_big(d):
+    """Ctrl-C inside 10^6-digit work: the product tree of pi, and the decimal
+    text of a 1.9-million-digit integer while it is being printed."""
+    c = Console(d)
+    c.line('y=big(2)^100'), c.line('bigdigits=1000000')
+    times = []
+    for work in ('p=big("pi")', 'big(3)^4000000'):
+        mark = len(c.out)
+        c.send(work + '\r')
+        c.wait_for(b'\r\n', mark)
+        time.sleep(0.3)
+        t0 = time.monotonic()
+        c.send(C['C'])
+        c.wait_for(b'>evaluation_aborted<', mark)
+        times.append(time.monotonic() - t0)
+        c.wait_for(b'\r\n\r\n\r\n: ', mark)
+    print('Ctrl-C in big work to answer, ms:', ' '.join(f'{t * 1e3:.1f}' for t in times))
+    check(max(times) < 0.1, f'Ctrl-C in big work answered within 100 ms: {times}')
+    check(c.line('y+1') == '1267650600228229401496703205377', 'earlier big values stay')
+    check(c.line('bigdigits=30') == 'bigdigits <- 30' and c.line('big(1)/4') == '0.25', 'the next big line works')
+    c.send('\r')
+    c.finish()
+
+
 def signals(d):
     for sig in (signal.SIGHUP, signal.SIGTERM):
         c = Console(d)
@@ -231,7 +255,7 @@ def screen(d):
         tmux('kill-server')
 
 
-for test in (editing, history, completion, interrupt, signals, greeting, screen):
+for test in (editing, history, completion, interrupt, interrupt_big, signals, greeting, screen):
     with tempfile.TemporaryDirectory() as d:
         try:
             test(d)

@@ -28,7 +28,8 @@ void write_all(const std::string& name, const void* a, std::size_t n, const void
 }
 
 void exercise(Arbenv* env) {
-    for (const char* line : {"x", "f(2)+g", "s+\"t\"", "a[1]", "a.sort()", "m.keys()", "n[1][1]=a"})
+    for (const char* line : {"x", "f(2)+g", "s+\"t\"", "a[1]", "a.sort()", "m.keys()", "n[1][1]=a", "k.det()",
+                             "k[2][1]=c", "c*k"})
         FreeString(ArbevalScript(line, env, 1));
 }
 

@@ -5,6 +5,7 @@
 
 #include "lang/complex_adapter.hpp"
 #include "lang/containers.hpp"
+#include "lang/matrices.hpp"
 #include "lang/globals.hpp"
 
 namespace ostr::lang {
@@ -67,6 +68,7 @@ void fill_type_table(obj::TypeTable& t) {
     t.types[Tag::algebraic].binary[Tag::algebraic] = formula_pair;
     both_ways(t, Tag::algebraic, Tag::numeric, formula_pair);
     fill_array_pairs(t);
+    fill_matrix_pairs(t);
 }
 
 }  // namespace ostr::lang

@@ -11,6 +11,7 @@
 
 #include "lang/complex_adapter.hpp"
 #include "lang/containers.hpp"
+#include "lang/matrices.hpp"
 #include "lang/globals.hpp"
 #include "numtext/numtext_adapter.hpp"
 #include "grammar/scan.hpp"
@@ -171,7 +172,7 @@ private:
                 return Value::number({re, im});
             return v;
         case Value::Kind::error: return poisoned(v, v).value();
-        case Value::Kind::object: return negated_array(v);
+        case Value::Kind::object: return is_matrix(v) ? negated_matrix(v) : negated_array(v);
         }
         return Value::failure();
     }

@@ -80,7 +80,8 @@ Status least_squares(const RMat& a, const RMat& b, RMat& x);
 
 // Symmetric eigenproblem (Householder tridiagonalisation, then implicit QL
 // with Wilkinson shifts): ascending eigenvalues w, and when `vectors` the
-// orthonormal eigenvectors as the columns of v. Uses the lower triangle.
+// orthonormal eigenvectors as the columns of v, each signed so that its
+// first largest component is positive. Uses the lower triangle.
 Status symmetric_eigen(const RMat& a, std::vector<double>& w, RMat* v);
 // Eigenvalues of a general real matrix: Householder reduction to Hessenberg
 // form, then the Francis double-shift QR. Complex pairs come out adjacent,

@@ -189,8 +189,17 @@ Status symmetric_eigen(const RMat& a, std::vector<double>& w, RMat* v) {
     w = std::move(sorted);
     if (v) {
         *v = RMat(n, n);
-        for (std::size_t k = 0; k < n; ++k)
-            for (std::size_t i = 0; i < n; ++i) (*v)(i, k) = z(order[k], i);
+        for (std::size_t k = 0; k < n; ++k) {
+            // The sign that makes the first of the largest components
+            // positive, so the answer does not depend on rounding.
+            const double* zk = z.row(order[k]);
+            double big = 0;
+            for (std::size_t i = 0; i < n; ++i) big = std::max(big, std::abs(zk[i]));
+            std::size_t at = 0;
+            while (at + 1 < n && std::abs(zk[at]) < (1 - 1e-8) * big) ++at;
+            const double sign = zk[at] < 0 ? -1.0 : 1.0;
+            for (std::size_t i = 0; i < n; ++i) (*v)(i, k) = sign * zk[i];
+        }
     }
     return Status::ok;
 }

@@ -8,6 +8,7 @@
 #include "lang/complex_adapter.hpp"
 #include "lang/text_cache.hpp"
 #include "script/containers.hpp"
+#include "script/matrices.hpp"
 #include "script/state.hpp"
 
 namespace ostr::script {
@@ -261,7 +262,7 @@ std::size_t position(const Value& v, std::size_t n, bool one_past) {
     return static_cast<std::size_t>(x) - 1;
 }
 
-bool literal_keyword(std::string_view kw) noexcept { return kw == "array" || kw == "map"; }
+bool literal_keyword(std::string_view kw) noexcept { return kw == "array" || kw == "map" || kw == "matrix"; }
 
 bool container_atom(std::string_view text, Arbenv* env, Value* out) {
     if (text.size() >= 2 && text.front() == '[' && lang::scan::matching_closer(text, 0) == text.size() - 1) {
@@ -274,6 +275,7 @@ bool container_atom(std::string_view text, Arbenv* env, Value* out) {
         *out = kw == "array" ? sized_array(inside, env) : map_literal(inside, env);
         return true;
     }
+    if (kw == "matrix") return *out = matrix_literal(text.substr(7, text.size() - 8), env), true;
     // A chain ends in an index or in a method call, which holds a ".": a
     // plain call f(x) is turned away before any lookup.
     if (text.back() != ']' && (text.back() != ')' || text.find('.') == std::string_view::npos)) return false;
@@ -282,7 +284,9 @@ bool container_atom(std::string_view text, Arbenv* env, Value* out) {
     const Access* a = &c->access;
     Args args;
     if (name_like(a->base)) {
-        if (!is_container(named(a->base, env))) return false;
+        const obj::Object* known = named(a->base, env);
+        if (known && known->tag == obj::matrix && known->value) return *out = matrix_chain(*a, nullptr, env), true;
+        if (!is_container(known)) return false;
         if (!evaluate_steps(*c, env, args, out)) return true;
         // Looked up again: the arguments may have replaced the variable.
         obj::Object* o = obj::resolve(env, a->base);
@@ -292,6 +296,7 @@ bool container_atom(std::string_view text, Arbenv* env, Value* out) {
     }
     Value base = lang::evaluate(a->base, env);
     if (base.is_error()) return *out = std::move(base), true;
+    if (lang::is_matrix(base)) return *out = matrix_chain(*a, std::move(base), env), true;
     if (!lang::is_array(base) && !lang::is_map(base)) return false;
     if (!evaluate_steps(*c, env, args, out)) return true;
     *out = walk(*a, args, base.obj.get(), false, env);

@@ -118,7 +118,8 @@ Value walk(const Access& a, std::vector<std::vector<Value>>& args, Value cur, ob
             if (!obj::writable_matrix(root)) return fail();
             cur = call(root, row, args[k], env);
         } else if (row->changes) {
-            Value own = Value::object_of(lang::ObjectPtr(obj::make_matrix(obj::clone_matrix(*obj::matrix_of(cur.obj.get())), nullptr)));
+            Value own = Value::object_of(
+                lang::ObjectPtr(obj::make_matrix(obj::clone_matrix(*obj::matrix_of(cur.obj.get())), nullptr)));
             if (own.is_error()) return own;
             cur = call(own.obj.get(), row, args[k], env);
         } else {
@@ -134,7 +135,7 @@ bool dimension(const Value& v, std::size_t& n) {
     if (v.kind != Value::Kind::number || v.num.im != 0 || v.num.re != std::floor(v.num.re) || v.num.re < 1)
         return false;
     n = v.num.re > static_cast<double>(obj::max_matrix_elements) ? obj::max_matrix_elements + 1
-                                                                  : static_cast<std::size_t>(v.num.re);
+                                                                 : static_cast<std::size_t>(v.num.re);
     return true;
 }
 

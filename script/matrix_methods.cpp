@@ -14,9 +14,9 @@
 namespace ostr::script {
 namespace {
 
+using la::CMat;
 using la::cplx;
 using la::RMat;
-using la::CMat;
 using lang::Elements;
 using lang::Value;
 using obj::MatrixValue;
@@ -28,20 +28,10 @@ const MatrixValue& mat(const obj::Object* self) { return *obj::matrix_of(self); 
 Value self_value(const obj::Object* self) { return Value::object_of(lang::ObjectPtr(obj::copy_object(self, nullptr))); }
 BlockPtr new_block(std::size_t r, std::size_t c) { return BlockPtr(obj::new_matrix(r, c), obj::release_matrix); }
 
-Value failed(la::Status s, Arbenv* env) {
-    return s == la::Status::stopped ? abort_value(env, "evaluation stopped") : fail();
-}
-
-template <class T>
-Value dense_result(la::Status s, const la::Dense<T>& d, Arbenv* env) {
-    return s == la::Status::ok ? lang::matrix_value(lang::block_of(d)) : failed(s, env);
-}
-
 bool numeric(const MatrixValue& m) { return lang::elements_of(m) != Elements::symbolic; }
 
 bool integer(const Value& v, long long& k) {
-    if (v.kind != Value::Kind::number || v.num.im != 0 || v.num.re != std::floor(v.num.re) ||
-        std::abs(v.num.re) > 1e9)
+    if (v.kind != Value::Kind::number || v.num.im != 0 || v.num.re != std::floor(v.num.re) || std::abs(v.num.re) > 1e9)
         return false;
     k = static_cast<long long>(v.num.re);
     return true;
@@ -54,8 +44,10 @@ Value numbers(const std::vector<T>& xs) {
     if (out.is_error()) return out;
     for (const T& x : xs) {
         obj::Item it;
-        if constexpr (std::is_same_v<T, cplx>) it.num = {x.real() + 0.0, x.imag() + 0.0};
-        else it.num = {x + 0.0, 0};
+        if constexpr (std::is_same_v<T, cplx>)
+            it.num = {x.real() + 0.0, x.imag() + 0.0};
+        else
+            it.num = {x + 0.0, 0};
         a->items.push_back(it);
     }
     return out;
@@ -135,8 +127,10 @@ Value insert_at(obj::Object* self, std::size_t p, std::span<Value> args, bool co
         std::size_t& k = columns ? j : i;
         const std::size_t keep = k;
         obj::Item* it;
-        if (k < p) it = &m.at(i, j);
-        else if (k < p + add.size()) it = &add[k - p][columns ? i : j];
+        if (k < p)
+            it = &m.at(i, j);
+        else if (k < p + add.size())
+            it = &add[k - p][columns ? i : j];
         else {
             k -= add.size();
             it = &m.at(i, j);
@@ -178,8 +172,9 @@ Value remove(obj::Object* self, std::span<Value> args, bool columns) {
     std::vector<std::size_t> kept;
     for (std::size_t k = 0; k < n; ++k)
         if (!gone[k]) kept.push_back(k);
-    MatrixValue* fresh = columns ? rebuilt(m.rows, kept.size(), [&](std::size_t i, std::size_t j) { return &m.at(i, kept[j]); })
-                                 : rebuilt(kept.size(), m.cols, [&](std::size_t i, std::size_t j) { return &m.at(kept[i], j); });
+    MatrixValue* fresh =
+        columns ? rebuilt(m.rows, kept.size(), [&](std::size_t i, std::size_t j) { return &m.at(i, kept[j]); })
+                : rebuilt(kept.size(), m.cols, [&](std::size_t i, std::size_t j) { return &m.at(kept[i], j); });
     return fresh ? replace(self, fresh) : fail();
 }
 Value m_delete(obj::Object* self, std::span<Value> args, Arbenv*, std::uint32_t) { return remove(self, args, false); }
@@ -205,9 +200,8 @@ Value m_enlarge(obj::Object* self, std::span<Value> args, Arbenv* env, std::uint
     if (!integer(args[0], n) || n < static_cast<long long>(std::max(m.rows, m.cols))) return fail();
     const auto un = static_cast<std::size_t>(n);
     if (un > obj::max_matrix_elements / un) return too_large(env);
-    MatrixValue* fresh = rebuilt(un, un, [&](std::size_t i, std::size_t j) {
-        return i < m.rows && j < m.cols ? &m.at(i, j) : nullptr;
-    });
+    MatrixValue* fresh =
+        rebuilt(un, un, [&](std::size_t i, std::size_t j) { return i < m.rows && j < m.cols ? &m.at(i, j) : nullptr; });
     return fresh ? replace(self, fresh) : fail();
 }
 
@@ -232,9 +226,15 @@ Value binary(obj::Object* self, Value& b, char op, Arbenv* env) {
     if (a.is_error()) return a;
     return obj::binary_handler(a.tag(), b.tag())(a, b, op, env, lang::OperandTexts{});
 }
-Value m_mul(obj::Object* self, std::span<Value> args, Arbenv* env, std::uint32_t) { return binary(self, args[0], '*', env); }
-Value m_add(obj::Object* self, std::span<Value> args, Arbenv* env, std::uint32_t) { return binary(self, args[0], '+', env); }
-Value m_sub(obj::Object* self, std::span<Value> args, Arbenv* env, std::uint32_t) { return binary(self, args[0], '-', env); }
+Value m_mul(obj::Object* self, std::span<Value> args, Arbenv* env, std::uint32_t) {
+    return binary(self, args[0], '*', env);
+}
+Value m_add(obj::Object* self, std::span<Value> args, Arbenv* env, std::uint32_t) {
+    return binary(self, args[0], '+', env);
+}
+Value m_sub(obj::Object* self, std::span<Value> args, Arbenv* env, std::uint32_t) {
+    return binary(self, args[0], '-', env);
+}
 Value m_dirmul(obj::Object* self, std::span<Value> args, Arbenv* env, std::uint32_t) {
     if (lang::is_array(args[0])) return fail();
     return lang::elementwise(self_value(self), args[0], '*', env);
@@ -365,25 +365,43 @@ namespace {
 // The rows in the order of the type's method table, then swap and swapcol,
 // then the additions.
 constexpr MethodRow rows[] = {
-    {"size", 0, 0, false, m_size},           {"rank", 0, 0, false, matrix_rank},
-    {"mul", 1, 1, false, m_mul},             {"add", 1, 1, false, m_add},
-    {"sub", 1, 1, false, m_sub},             {"dirmul", 1, 1, false, m_dirmul},
-    {"diradd", 1, 1, false, m_diradd},       {"append", 1, -1, true, m_append},
-    {"appendcol", 1, -1, true, m_appendcol}, {"insert", 2, 2, true, m_insert},
-    {"insertcol", 2, 2, true, m_insertcol},  {"enlarge", 1, 1, true, m_enlarge},
-    {"delete", 1, -1, true, m_delete},       {"deletecol", 1, -1, true, m_deletecol},
-    {"transpose", 0, 0, false, m_transpose}, {"elem", 2, 3, true, m_elem},
-    {"invert", 0, 0, false, matrix_invert},  {"conj", 0, 0, false, m_conj},
-    {"dims", 0, 0, false, m_dims},           {"trace", 0, 0, false, m_trace},
-    {"vectorize", 0, 0, false, m_vectorize}, {"matricize", 0, 0, false, m_matricize},
-    {"det", 0, 0, false, matrix_det},        {"eigvals", 0, 0, false, matrix_eigvals},
-    {"eigvecs", 0, 0, false, matrix_eigvecs}, {"array", 0, 0, false, m_array},
+    {"size", 0, 0, false, m_size},
+    {"rank", 0, 0, false, matrix_rank},
+    {"mul", 1, 1, false, m_mul},
+    {"add", 1, 1, false, m_add},
+    {"sub", 1, 1, false, m_sub},
+    {"dirmul", 1, 1, false, m_dirmul},
+    {"diradd", 1, 1, false, m_diradd},
+    {"append", 1, -1, true, m_append},
+    {"appendcol", 1, -1, true, m_appendcol},
+    {"insert", 2, 2, true, m_insert},
+    {"insertcol", 2, 2, true, m_insertcol},
+    {"enlarge", 1, 1, true, m_enlarge},
+    {"delete", 1, -1, true, m_delete},
+    {"deletecol", 1, -1, true, m_deletecol},
+    {"transpose", 0, 0, false, m_transpose},
+    {"elem", 2, 3, true, m_elem},
+    {"invert", 0, 0, false, matrix_invert},
+    {"conj", 0, 0, false, m_conj},
+    {"dims", 0, 0, false, m_dims},
+    {"trace", 0, 0, false, m_trace},
+    {"vectorize", 0, 0, false, m_vectorize},
+    {"matricize", 0, 0, false, m_matricize},
+    {"det", 0, 0, false, matrix_det},
+    {"eigvals", 0, 0, false, matrix_eigvals},
+    {"eigvecs", 0, 0, false, matrix_eigvecs},
+    {"array", 0, 0, false, m_array},
     {"writematrix", 0, -1, false, m_writematrix},
-    {"swap", 2, 2, true, m_swap},            {"swapcol", 2, 2, true, m_swapcol},
-    {"solve", 1, 1, false, matrix_solve},    {"norm", 0, 1, false, matrix_norm},
-    {"cond", 0, 0, false, matrix_cond},      {"lu", 1, 1, false, matrix_lu},
-    {"qr", 1, 1, false, matrix_qr},          {"svd", 0, 1, false, matrix_svd},
-    {"pinv", 0, 0, false, matrix_pinv},      {"kron", 1, 1, false, matrix_kron},
+    {"swap", 2, 2, true, m_swap},
+    {"swapcol", 2, 2, true, m_swapcol},
+    {"solve", 1, 1, false, matrix_solve},
+    {"norm", 0, 1, false, matrix_norm},
+    {"cond", 0, 0, false, matrix_cond},
+    {"lu", 1, 1, false, matrix_lu},
+    {"qr", 1, 1, false, matrix_qr},
+    {"svd", 0, 1, false, matrix_svd},
+    {"pinv", 0, 0, false, matrix_pinv},
+    {"kron", 1, 1, false, matrix_kron},
     {"expm", 0, 0, false, matrix_expm},
 };
 

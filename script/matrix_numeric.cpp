@@ -16,21 +16,21 @@
 namespace ostr::script {
 namespace {
 
+using la::CMat;
 using la::cplx;
 using la::RMat;
-using la::CMat;
 using lang::Elements;
 using lang::Value;
 using obj::MatrixValue;
-
-constexpr double eps = 2.220446049250313e-16;
 
 Value fail() { return Value::failure(); }
 Value number(double x) { return Value::number({x + 0.0, 0}); }
 const MatrixValue& mat(const obj::Object* self) { return *obj::matrix_of(self); }
 Elements kind(const obj::Object* self) { return lang::elements_of(mat(self)); }
 
-Value failed(la::Status s, Arbenv* env) { return s == la::Status::stopped ? abort_value(env, "evaluation stopped") : fail(); }
+Value failed(la::Status s, Arbenv* env) {
+    return s == la::Status::stopped ? abort_value(env, "evaluation stopped") : fail();
+}
 
 template <class T>
 Value result(la::Status s, const la::Dense<T>& d, Arbenv* env) {
@@ -44,8 +44,10 @@ Value numbers(const std::vector<T>& xs) {
     if (out.is_error()) return out;
     for (const T& x : xs) {
         obj::Item it;
-        if constexpr (std::is_same_v<T, cplx>) it.num = {x.real() + 0.0, x.imag() + 0.0};
-        else it.num = {x + 0.0, 0};
+        if constexpr (std::is_same_v<T, cplx>)
+            it.num = {x.real() + 0.0, x.imag() + 0.0};
+        else
+            it.num = {x + 0.0, 0};
         a->items.push_back(it);
     }
     return out;
@@ -68,7 +70,8 @@ std::optional<double> integer_det(const MatrixValue& m) {
     std::vector<__int128> a(n * n);
     for (std::size_t k = 0; k < n * n; ++k) {
         const Complex c = m.items[k].num;
-        if (m.items[k].obj || c.im != 0 || c.re != std::floor(c.re) || std::abs(c.re) > 2147483648.0) return std::nullopt;
+        if (m.items[k].obj || c.im != 0 || c.re != std::floor(c.re) || std::abs(c.re) > 2147483648.0)
+            return std::nullopt;
         a[k] = static_cast<__int128>(c.re);
     }
     __int128 prev = 1;
@@ -181,9 +184,12 @@ Value lu_part(la::Dense<T> a, long long part, Arbenv* env) {
     la::Dense<T> out(n, n);
     for (std::size_t i = 0; i < n; ++i)
         for (std::size_t j = 0; j < n; ++j) {
-            if (part == 1) out(i, j) = i == j ? T(1) : i > j ? lu.f(i, j) : T(0);
-            else if (part == 2) out(i, j) = i <= j ? lu.f(i, j) : T(0);
-            else out(i, j) = lu.perm[i] == j ? T(1) : T(0);
+            if (part == 1)
+                out(i, j) = i == j ? T(1) : i > j ? lu.f(i, j) : T(0);
+            else if (part == 2)
+                out(i, j) = i <= j ? lu.f(i, j) : T(0);
+            else
+                out(i, j) = lu.perm[i] == j ? T(1) : T(0);
         }
     return lang::matrix_value(lang::block_of(out));
 }
@@ -194,15 +200,15 @@ Value matrix_invert(obj::Object* self, std::span<Value>, Arbenv* env, std::uint3
     const MatrixValue& m = mat(self);
     if (m.rows != m.cols) return fail();
     switch (kind(self)) {
-    case Elements::real: {
-        RMat inv;
-        return result(la::inverse(lang::real_dense(m), inv), inv, env);
-    }
-    case Elements::complex: {
-        CMat inv;
-        return result(la::inverse(lang::complex_dense(m), inv), inv, env);
-    }
-    case Elements::symbolic: break;
+        case Elements::real: {
+            RMat inv;
+            return result(la::inverse(lang::real_dense(m), inv), inv, env);
+        }
+        case Elements::complex: {
+            CMat inv;
+            return result(la::inverse(lang::complex_dense(m), inv), inv, env);
+        }
+        case Elements::symbolic: break;
     }
     return fail();
 }
@@ -211,19 +217,19 @@ Value matrix_det(obj::Object* self, std::span<Value>, Arbenv* env, std::uint32_t
     const MatrixValue& m = mat(self);
     if (m.rows != m.cols) return fail();
     switch (kind(self)) {
-    case Elements::real: {
-        if (auto exact = integer_det(m)) return number(*exact);
-        double d;
-        la::Status st = la::determinant(lang::real_dense(m), d);
-        return st == la::Status::ok && std::isfinite(d) ? number(d) : failed(st, env);
-    }
-    case Elements::complex: {
-        cplx d;
-        la::Status st = la::determinant(lang::complex_dense(m), d);
-        if (st != la::Status::ok || !std::isfinite(d.real()) || !std::isfinite(d.imag())) return failed(st, env);
-        return Value::number({d.real() + 0.0, d.imag() + 0.0});
-    }
-    case Elements::symbolic: break;
+        case Elements::real: {
+            if (auto exact = integer_det(m)) return number(*exact);
+            double d;
+            la::Status st = la::determinant(lang::real_dense(m), d);
+            return st == la::Status::ok && std::isfinite(d) ? number(d) : failed(st, env);
+        }
+        case Elements::complex: {
+            cplx d;
+            la::Status st = la::determinant(lang::complex_dense(m), d);
+            if (st != la::Status::ok || !std::isfinite(d.real()) || !std::isfinite(d.imag())) return failed(st, env);
+            return Value::number({d.real() + 0.0, d.imag() + 0.0});
+        }
+        case Elements::symbolic: break;
     }
     return fail();
 }
@@ -322,7 +328,8 @@ Value matrix_norm(obj::Object* self, std::span<Value> args, Arbenv* env, std::ui
     std::string_view which_text;
     if (!args.empty() && args[0].kind == Value::Kind::object && args[0].obj->tag == obj::string)
         which_text = obj::text_value(args[0].obj.get());
-    const bool two = args.empty() || (args[0].kind == Value::Kind::number && args[0].num.re == 2 && args[0].num.im == 0);
+    const bool two =
+        args.empty() || (args[0].kind == Value::Kind::number && args[0].num.re == 2 && args[0].num.im == 0);
     const bool one = !args.empty() && args[0].kind == Value::Kind::number && args[0].num.re == 1 && args[0].num.im == 0;
     const CMat a = lang::complex_dense(m);
     if (one) return number(norm_1(a, false));
@@ -352,9 +359,9 @@ Value matrix_lu(obj::Object* self, std::span<Value> args, Arbenv* env, std::uint
     long long part;
     if (m.rows != m.cols || !which(args[0], 1, 3, part)) return fail();
     switch (kind(self)) {
-    case Elements::real: return lu_part(lang::real_dense(m), part, env);
-    case Elements::complex: return lu_part(lang::complex_dense(m), part, env);
-    case Elements::symbolic: break;
+        case Elements::real: return lu_part(lang::real_dense(m), part, env);
+        case Elements::complex: return lu_part(lang::complex_dense(m), part, env);
+        case Elements::symbolic: break;
     }
     return fail();
 }
@@ -401,7 +408,7 @@ Value matrix_kron(obj::Object* self, std::span<Value> args, Arbenv* env, std::ui
     const double size = static_cast<double>(a.items.size()) * static_cast<double>(b.items.size());
     if (size > static_cast<double>(obj::max_matrix_elements)) return too_large(env);
     std::unique_ptr<MatrixValue, void (*)(void*)> out(obj::new_matrix(a.rows * b.rows, a.cols * b.cols),
-                                                     obj::release_matrix);
+                                                      obj::release_matrix);
     if (!out) return fail();
     for (std::size_t i = 0; i < a.rows; ++i)
         for (std::size_t j = 0; j < a.cols; ++j)
@@ -410,8 +417,9 @@ Value matrix_kron(obj::Object* self, std::span<Value> args, Arbenv* env, std::ui
                     Value x = lang::item_value(a.at(i, j)), y = lang::item_value(b.at(p, q));
                     Value r = obj::binary_handler(x.tag(), y.tag())(x, y, '*', env, lang::OperandTexts{});
                     obj::Item it;
-                    if (r.is_error() || (x.kind == Value::Kind::number && y.kind == Value::Kind::number &&
-                                         r.kind != Value::Kind::number) ||
+                    if (r.is_error() ||
+                        (x.kind == Value::Kind::number && y.kind == Value::Kind::number &&
+                         r.kind != Value::Kind::number) ||
                         !lang::to_item(r, it))
                         return fail();
                     out->at(i * b.rows + p, j * b.cols + q) = it;
@@ -423,15 +431,15 @@ Value matrix_expm(obj::Object* self, std::span<Value>, Arbenv* env, std::uint32_
     const MatrixValue& m = mat(self);
     if (m.rows != m.cols) return fail();
     switch (kind(self)) {
-    case Elements::real: {
-        RMat e;
-        return result(exponential(lang::real_dense(m), e), e, env);
-    }
-    case Elements::complex: {
-        CMat e;
-        return result(exponential(lang::complex_dense(m), e), e, env);
-    }
-    case Elements::symbolic: break;
+        case Elements::real: {
+            RMat e;
+            return result(exponential(lang::real_dense(m), e), e, env);
+        }
+        case Elements::complex: {
+            CMat e;
+            return result(exponential(lang::complex_dense(m), e), e, env);
+        }
+        case Elements::symbolic: break;
     }
     return fail();
 }

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <random>
 
+#include "core/runtime.hpp"
 #include "linalg/dense.hpp"
 
 extern "C" {
@@ -44,7 +45,8 @@ RMat hilbert(std::size_t n) {
 RMat vandermonde(std::size_t n) {
     RMat a(n, n);
     for (std::size_t i = 0; i < n; ++i)
-        for (std::size_t j = 0; j < n; ++j) a(i, j) = std::pow(1.0 + 0.5 * static_cast<double>(i), static_cast<double>(j));
+        for (std::size_t j = 0; j < n; ++j)
+            a(i, j) = std::pow(1.0 + 0.5 * static_cast<double>(i), static_cast<double>(j));
     return a;
 }
 
@@ -92,7 +94,7 @@ struct Case {
     RMat a;
 };
 std::vector<Case> square_cases() {
-    return {{"random 7", random_matrix(7, 7, 1)},     {"random 60", random_matrix(60, 60, 2)},
+    return {{"random 7", random_matrix(7, 7, 1)},       {"random 60", random_matrix(60, 60, 2)},
             {"random 130", random_matrix(130, 130, 3)}, {"hilbert 8", hilbert(8)},
             {"vandermonde 9", vandermonde(9)},          {"nearly singular 20", nearly_singular(20)}};
 }
@@ -298,6 +300,24 @@ TEST(SVD, RankToleranceAndPseudoInverse) {
     RMat r1{2, 3, {1, 2, 3, 2, 4, 6}};
     ASSERT_EQ(pseudo_inverse(r1, p), Status::ok);
     EXPECT_LE(norm_f(minus(mul(mul(r1, p), r1), r1)), 1e-13);
+}
+
+// A stop request (Ctrl-C, or the line's time bound) ends every long kernel.
+TEST(Stop, LongKernelsGiveUpWhenAsked) {
+    RMat a = random_matrix(40, 40, 61), out;
+    ostr::core::request_abort();
+    LU<double> lu;
+    std::vector<double> s;
+    std::vector<cplx> w;
+    RMat q, r;
+    EXPECT_EQ(multiply(a, a, out), Status::stopped);
+    EXPECT_EQ(lu_factor(a, lu), Status::stopped);
+    EXPECT_EQ(qr(a, q, r), Status::stopped);
+    EXPECT_EQ(symmetric_eigen(a, s, &q), Status::stopped);
+    EXPECT_EQ(eigenvalues(a, w), Status::stopped);
+    EXPECT_EQ(svd(a, s, nullptr, nullptr), Status::stopped);
+    ostr::core::clear_abort_request();
+    EXPECT_EQ(svd(a, s, nullptr, nullptr), Status::ok);
 }
 
 }  // namespace

@@ -85,7 +85,8 @@ TEST_F(Matrices, StructuralMethods) {
 TEST_F(Matrices, NumericMethodsAgainstNumpy) {
     check({
         {"sigdigits(10)", "10"},
-        {"a=matrix:[4,-2,1,3],[3,6,-4,2],[2,1,8,-5],[1,-3,2,7];", "a <- matrix:[4,-2,1,3],[3,6,-4,2],[2,1,8,-5],[1,-3,2,7];"},
+        {"a=matrix:[4,-2,1,3],[3,6,-4,2],[2,1,8,-5],[1,-3,2,7];",
+         "a <- matrix:[4,-2,1,3],[3,6,-4,2],[2,1,8,-5],[1,-3,2,7];"},
         {"a.det()", "1654"},
         {"a.eigvals()", "[3.196069255,5.948801222,7.927564761-4.914044198*i,7.927564761+4.914044198*i]"},
         {"a.svd()", "[10.83045913,9.201459531,6.613317847,2.509646317]"},
@@ -95,7 +96,7 @@ TEST_F(Matrices, NumericMethodsAgainstNumpy) {
         {"a.norm(\"inf\")", "16"},
         {"a.cond()", "4.315532055"},
         {"a.rank()", "4"},
-                {"e=matrix:[0,1],[-2,-3];", "e <- matrix:[0,1],[-2,-3];"},
+        {"e=matrix:[0,1],[-2,-3];", "e <- matrix:[0,1],[-2,-3];"},
         {"e.expm()", "matrix:[0.6004235991,0.2325441579],[-0.4650883159,-0.0972088747];"},
         {"t=matrix:[1,1],[1,2],[1,3],[1,4];", "t <- matrix:[1,1],[1,2],[1,3],[1,4];"},
         {"t.solve([6,5,7,10])", "[3.5,1.4]"},
@@ -113,7 +114,7 @@ TEST_F(Matrices, NumericMethodsAgainstNumpy) {
         {"r.eigvals()", "[-i,i]"},
         {"v=r.eigvecs()", "v <- r.eigvecs()"},
         {"r*v-v*matrix:[-i,0],[0,i];", "matrix:[0,0],[0,0];"},
-                {"q=matrix:[1,2,3],[4,5,6],[7,8,9];", "q <- matrix:[1,2,3],[4,5,6],[7,8,9];"},
+        {"q=matrix:[1,2,3],[4,5,6],[7,8,9];", "q <- matrix:[1,2,3],[4,5,6],[7,8,9];"},
         {"q.rank()", "2"},
         {"q.det()", "0"},
         {"q.invert()", ">invalid_expression<"},
@@ -125,7 +126,8 @@ TEST_F(Matrices, NumericMethodsAgainstNumpy) {
 // Each line leaves m as it was; a formula element keeps the matrix but the
 // numeric methods refuse it.
 TEST_F(Matrices, BadInputAnswersAnErrorAndChangesNothing) {
-    check({{"m=matrix:[1,2],[3,4];", "m <- matrix:[1,2],[3,4];"}, {"f=matrix:[1,x],[2,3];", "f <- matrix:[1,x],[2,3];"}});
+    check(
+        {{"m=matrix:[1,2],[3,4];", "m <- matrix:[1,2],[3,4];"}, {"f=matrix:[1,x],[2,3];", "f <- matrix:[1,x],[2,3];"}});
     const Line bad[] = {
         {"matrix:[1,2],[3];", ">invalid_expression<"},
         {"matrix:[1,2],3;", ">invalid_expression<"},
@@ -174,8 +176,10 @@ TEST_F(Matrices, BadInputAnswersAnErrorAndChangesNothing) {
 TEST_F(Matrices, CopiesShareUntilOneChanges) {
     check({{"m=matrix:[1,2],[3,4];", "m <- matrix:[1,2],[3,4];"}, {"b=m", "b <- m"}});
     EXPECT_EQ(obj::find(env, "m")->value, obj::find(env, "b")->value);
-    check({{"b[1][1]=9", "b[1][1] <- 9"}, {"b.append([0,0])", "matrix:[9,2],[3,4],[0,0];"},
-           {"m", "matrix:[1,2],[3,4];"}, {"b", "matrix:[9,2],[3,4],[0,0];"}});
+    check({{"b[1][1]=9", "b[1][1] <- 9"},
+           {"b.append([0,0])", "matrix:[9,2],[3,4],[0,0];"},
+           {"m", "matrix:[1,2],[3,4];"},
+           {"b", "matrix:[9,2],[3,4],[0,0];"}});
 }
 
 // What a matrix prints as, typed back in, is the same matrix.

@@ -1,0 +1,29 @@
+#!/usr/bin/env python3
+"""NumPy (OpenBLAS) at the sizes of bench_linalg, the far anchor: median of
+three runs per operation, milliseconds. Run with /usr/bin/python3."""
+import statistics
+import time
+
+import numpy as np
+
+rng = np.random.default_rng(1)
+for n in (100, 500, 1000):
+    a = rng.uniform(-1, 1, (n, n))
+    s = (a + a.T) / 2
+    b = rng.uniform(-1, 1, n)
+    ops = {
+        "lu_solve": lambda: np.linalg.solve(a, b),
+        "inverse": lambda: np.linalg.inv(a),
+        "det": lambda: np.linalg.det(a),
+        "symeig": lambda: np.linalg.eigvalsh(s),
+        "eig": lambda: np.linalg.eigvals(a),
+        "svd": lambda: np.linalg.svd(a, compute_uv=False),
+        "gemm": lambda: a @ a,
+    }
+    for name, f in ops.items():
+        times = []
+        for _ in range(3):
+            t = time.perf_counter()
+            f()
+            times.append(time.perf_counter() - t)
+        print(f"{name:9} {n:5} {1e3 * statistics.median(times):10.2f} ms")

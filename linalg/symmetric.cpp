@@ -167,6 +167,8 @@ Status ql(std::vector<double>& d, std::vector<double>& e, RMat* z) {
 
 }  // namespace
 
+Status tridiagonal_eigenvalues(std::vector<double>& d, std::vector<double>& e) { return ql(d, e, nullptr); }
+
 Status symmetric_eigen(const RMat& a, std::vector<double>& w, RMat* v) {
     if (!a.square()) return Status::not_square;
     const std::size_t n = a.rows;

@@ -4,7 +4,8 @@
 // (dgetrf), symmetric eigenvalues (dsyev), general eigenvalues (dgeev),
 // singular values (dgesvd) and the product (dgemm). Names are
 // "operation/who/n" with who "ours" or "lapack"; the ratio is ours/lapack.
-// NumPy with OpenBLAS, the far anchor, is timed by bench/linalg_numpy.py.
+// bench/linalg_numpy.py times NumPy at the same sizes (with whatever BLAS
+// the libblas.so.3 alternative names: OpenBLAS where installed).
 #include <benchmark/benchmark.h>
 
 #include <random>

@@ -1,6 +1,10 @@
 #!/usr/bin/env python3
-"""NumPy (OpenBLAS) at the sizes of bench_linalg, the far anchor: median of
-three runs per operation, milliseconds. Run with /usr/bin/python3."""
+"""NumPy at the sizes of bench_linalg: median of three runs per operation,
+milliseconds. Debian's NumPy calls the libblas.so.3 / liblapack.so.3
+alternatives, so it is the OpenBLAS anchor only where OpenBLAS is the chosen
+alternative; with the netlib ones it measures the same libraries as
+bench_linalg's peer plus NumPy's overhead. Set OPENBLAS_NUM_THREADS=1 to
+compare one core with one core. Run with /usr/bin/python3."""
 import statistics
 import time
 

@@ -165,6 +165,33 @@ TEST(LU, DeterminantsAndSingularity) {
     EXPECT_EQ(inverse(RMat(2, 3), inv), Status::not_square);
 }
 
+// The complex instantiation: residuals of the inverse and of a solve, and
+// the blocked product against the plain sum.
+TEST(LU, ComplexInverseSolveAndProduct) {
+    const std::size_t n = 70;
+    RMat re = random_matrix(n, n, 71), im = random_matrix(n, n, 72);
+    CMat a(n, n);
+    for (std::size_t k = 0; k < n * n; ++k) a.a[k] = {re.a[k], im.a[k]};
+    CMat inv, prod, x;
+    ASSERT_EQ(inverse(a, inv), Status::ok);
+    ASSERT_EQ(multiply(a, inv, prod), Status::ok);
+    const double bound = 20 * static_cast<double>(n) * eps * norm_f(a) * norm_f(inv);
+    EXPECT_LE(norm_f(minus(prod, identity<cplx>(n))), bound);
+    for (std::size_t i = 0; i < n; i += 17)
+        for (std::size_t j = 0; j < n; j += 13) {
+            cplx s = 0;
+            for (std::size_t l = 0; l < n; ++l) s += a(i, l) * inv(l, j);
+            EXPECT_LE(std::abs(prod(i, j) - s), 4 * static_cast<double>(n) * eps * norm_f(a) * norm_f(inv) / n);
+        }
+    CMat b(n, 1);
+    for (std::size_t i = 0; i < n; ++i) b(i, 0) = {1.0, static_cast<double>(i)};
+    LU<cplx> lu;
+    ASSERT_EQ(lu_factor(a, lu), Status::ok);
+    ASSERT_EQ(lu_solve(lu, b, x), Status::ok);
+    ASSERT_EQ(multiply(a, x, prod), Status::ok);
+    EXPECT_LE(norm_f(minus(prod, b)), 20 * static_cast<double>(n) * eps * norm_f(a) * norm_f(x));
+}
+
 TEST(QR, FactorsAndLeastSquares) {
     for (auto [m, n] : {std::pair<std::size_t, std::size_t>{6, 4}, {40, 40}, {90, 17}}) {
         RMat a = random_matrix(m, n, 21), q, r;

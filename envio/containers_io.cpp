@@ -2,8 +2,10 @@
 // count, length, nesting level and key order checked against the bytes that
 // are there: a damaged encoding reads as nothing, never as a crash.
 //
-//   array: u32 count, then count items
-//   map:   u32 count, then count entries: key, item (keys strictly ascending)
+//   array:  u32 count, then count items
+//   map:    u32 count, then count entries: key, item (keys strictly ascending)
+//   matrix: u32 rows, u32 columns, then rows·columns items row by row, each
+//           a number or a formula
 //   item:  u8 kind: 0 number (2 x f64, finite), 1 formula text, 2 string
 //          (u32 length and the bytes, no zero byte), 3 array, 4 map
 //   key:   u8 0 and a number (2 x f64), or u8 1 and a text
@@ -14,6 +16,7 @@
 #include <cstring>
 
 #include "objects/containers.hpp"
+#include "objects/matrix.hpp"
 
 namespace ostr::envio {
 namespace {
@@ -144,10 +147,33 @@ obj::MapValue* get_map(Reader& in, std::uint32_t depth) {
     return m.release();
 }
 
+void put_matrix(Text& out, const obj::MatrixValue& m) {
+    put_u32(out, static_cast<std::uint32_t>(m.rows));
+    put_u32(out, static_cast<std::uint32_t>(m.cols));
+    for (const obj::Item& it : m.items) put_item(out, it);
+}
+
+using MatrixPtr = std::unique_ptr<obj::MatrixValue, void (*)(void*)>;
+
+obj::MatrixValue* get_matrix(Reader& in) {
+    std::uint32_t r, c;
+    if (!in.get(r) || !in.get(c) || r == 0 || c == 0 || r > obj::max_matrix_elements / c ||
+        std::size_t{r} * c > in.left() / 5)
+        return nullptr;
+    MatrixPtr m(obj::new_matrix(r, c), obj::release_matrix);
+    if (!m) return nullptr;
+    for (obj::Item& slot : m->items) {
+        if (!get_item(in, obj::max_container_depth, slot)) return nullptr;
+        if (slot.obj && slot.obj->tag != obj::algebraic) return nullptr;
+    }
+    return m.release();
+}
+
 }  // namespace
 
 void put_container(Text& out, const obj::Object* o) {
-    if (o->tag == obj::array) put_array(out, *obj::array_of(o));
+    if (o->tag == obj::matrix) put_matrix(out, *obj::matrix_of(o));
+    else if (o->tag == obj::array) put_array(out, *obj::array_of(o));
     else put_map(out, *obj::map_of(o));
 }
 
@@ -155,6 +181,7 @@ obj::Object* read_container(std::uint32_t tag, std::string_view bytes, std::stri
     Reader in(bytes);
     obj::Object* o = nullptr;
     if (tag == obj::array) o = obj::make_array(get_array(in, 1), env, key);
+    else if (tag == obj::matrix) o = obj::make_matrix(get_matrix(in), env, key);
     else if (tag == obj::map) o = obj::make_map(get_map(in, 1), env, key);
     if (o && in.left() != 0) {
         obj::free_object(o);

@@ -1,5 +1,5 @@
-// Arrays and maps in the environment stream: the value bytes of an object of
-// tag 5 "array" or 10 "map". The layout is in docs/session.md.
+// Arrays, maps and matrices in the environment stream: the value bytes of an
+// object of tag 5 "array", 10 "map" or 2 "matrix". The layout is in docs/session.md.
 #pragma once
 
 #include <string_view>
@@ -9,7 +9,7 @@
 
 namespace ostr::envio {
 
-// Appends the value bytes of an array or map object.
+// Appends the value bytes of an array, map or matrix object.
 void put_container(Text& out, const obj::Object* o);
 
 // The object of that tag rebuilt from exactly these bytes, held by env under

@@ -93,6 +93,7 @@ bool put_value(Text& out, const obj::Object* o, int depth) {
     }
     case obj::array:
     case obj::map:
+    case obj::matrix:
         if (!o->value) return false;
         put_container(out, o);
         return true;
@@ -207,7 +208,8 @@ obj::Object* make_from(std::uint32_t tag, std::string_view key, std::string_view
         return got(obj::copy_object(o.get(), env));
     }
     case obj::array:
-    case obj::map: return read_container(tag, v, key, env);
+    case obj::map:
+    case obj::matrix: return read_container(tag, v, key, env);
     case obj::scoped: {
         if (depth >= max_scope_depth) return nullptr;
         Reader r(v);
@@ -247,9 +249,9 @@ bool get_table(Reader& in, obj::ObjectTable& table, Arbenv* env, int depth) {
             return false;
         key = up_to_zero(key);
         obj::Object* o = make_from(tag, key, value, env, depth);
-        // A damaged array or map is damage of the record, not an object of
+        // A damaged array, map or matrix is damage of the record, not an object of
         // another build to skip.
-        if (!o && (tag == obj::array || tag == obj::map || tag == obj::bignum)) return false;
+        if (!o && (tag == obj::array || tag == obj::map || tag == obj::bignum || tag == obj::matrix)) return false;
         if (!o) continue;
         o->is_private = flags[0];
         o->locked = flags[1];

@@ -29,7 +29,8 @@ void write_all(const std::string& name, const void* a, std::size_t n, const void
 
 void exercise(Arbenv* env) {
     for (const char* line : {"x", "f(2)+g", "s+\"t\"", "a[1]", "a.sort()", "m.keys()", "n[1][1]=a", "x*y/z-1",
-                             "s.split(\"t\").join(\",\")", "a.join(s)", "m.values().join()"})
+                             "s.split(\"t\").join(\",\")", "a.join(s)", "m.values().join()", "k.det()",
+                             "k[2][1]=c", "c*k"})
         FreeString(ArbevalScript(line, env, 1));
 }
 

@@ -17,5 +17,6 @@
 #include "ostravine/lang.h"
 #include "ostravine/script.h"
 #include "ostravine/special.h"
+#include "ostravine/linalg.h"
 
 #endif

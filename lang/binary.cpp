@@ -6,6 +6,7 @@
 #include "lang/complex_adapter.hpp"
 #include "lang/bignum.hpp"
 #include "lang/containers.hpp"
+#include "lang/matrices.hpp"
 #include "lang/globals.hpp"
 
 namespace ostr::lang {
@@ -69,6 +70,7 @@ void fill_type_table(obj::TypeTable& t) {
     both_ways(t, Tag::algebraic, Tag::numeric, formula_pair);
     fill_array_pairs(t);
     fill_big_pairs(t);
+    fill_matrix_pairs(t);
 }
 
 }  // namespace ostr::lang

@@ -12,6 +12,7 @@
 #include "lang/bignum.hpp"
 #include "lang/complex_adapter.hpp"
 #include "lang/containers.hpp"
+#include "lang/matrices.hpp"
 #include "lang/globals.hpp"
 #include "numtext/numtext_adapter.hpp"
 #include "grammar/scan.hpp"
@@ -174,7 +175,7 @@ private:
         case Value::Kind::error: return poisoned(v, v).value();
         case Value::Kind::object:
             if (auto b = negated_big(v)) return std::move(*b);
-            return negated_array(v);
+            return is_matrix(v) ? negated_matrix(v) : negated_array(v);
         }
         return Value::failure();
     }

@@ -10,6 +10,7 @@
 #include "grammar/scan.hpp"
 #include "objects/containers.hpp"
 #include "objects/environment.hpp"
+#include "objects/matrix.hpp"
 
 namespace ostr::obj {
 namespace {
@@ -76,6 +77,7 @@ constexpr ValueHandlers bignum_handlers{free_bignum, nullptr, nullptr, copy_bign
 constexpr ValueHandlers scope_handlers{free_scope, nullptr, nullptr, nullptr};
 constexpr ValueHandlers array_value_handlers{release_array, nullptr, nullptr, share_array};
 constexpr ValueHandlers map_value_handlers{release_map, nullptr, nullptr, share_map};
+constexpr ValueHandlers matrix_value_handlers{release_matrix, nullptr, nullptr, share_matrix};
 
 // A scope is copied with its environment, whose parent becomes env.
 Object* copy_scoped(const Object* s, Arbenv* env) {
@@ -109,7 +111,7 @@ constexpr TypeTable builtin_types{{
     {.name = "node", .methods = node_methods},
     {.name = "algebraic", .handlers = text_value_handlers, .value_of = algebraic_value_of, .print = print_text,
      .methods = algebraic_methods},
-    {.name = "matrix", .methods = matrix_methods},
+    {.name = "matrix", .handlers = matrix_value_handlers, .methods = matrix_methods},
     {.name = "mutant"},
     {.name = "string", .handlers = {release_string, nullptr, nullptr, share_string}, .copy = copy_string_object},
     {.name = "array", .handlers = array_value_handlers, .methods = array_methods},

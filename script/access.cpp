@@ -9,6 +9,7 @@
 #include "lang/text_cache.hpp"
 #include "numtext/numtext_adapter.hpp"
 #include "script/containers.hpp"
+#include "script/matrices.hpp"
 #include "script/state.hpp"
 
 namespace ostr::script {
@@ -307,7 +308,7 @@ std::size_t position(const Value& v, std::size_t n, bool one_past) {
     return static_cast<std::size_t>(x) - 1;
 }
 
-bool literal_keyword(std::string_view kw) noexcept { return kw == "array" || kw == "map"; }
+bool literal_keyword(std::string_view kw) noexcept { return kw == "array" || kw == "map" || kw == "matrix"; }
 
 bool container_atom(std::string_view text, Arbenv* env, Value* out) {
     if (text.size() >= 2 && text.front() == '[' && lang::scan::matching_closer(text, 0) == text.size() - 1) {
@@ -320,6 +321,7 @@ bool container_atom(std::string_view text, Arbenv* env, Value* out) {
         *out = kw == "array" ? sized_array(inside, env) : map_literal(inside, env);
         return true;
     }
+    if (kw == "matrix") return *out = matrix_literal(text.substr(7, text.size() - 8), env), true;
     // A chain ends in an index or in a method call, which holds a ".": a
     // plain call f(x) is turned away before any lookup.
     if (text.back() != ']' && (text.back() != ')' || text.find('.') == std::string_view::npos)) return false;
@@ -329,6 +331,7 @@ bool container_atom(std::string_view text, Arbenv* env, Value* out) {
     Args args;
     if (c->named_base) {
         const obj::Object* root = named(a->base, env);
+        if (root && root->tag == obj::matrix && root->value) return *out = matrix_chain(*a, nullptr, env), true;
         if (!is_container(root)) return false;
         if (c->plain_operands && a->steps.size() == 1 && !a->steps[0].method) {
             // name[k]: the read of a loop over an array, without the walk.
@@ -347,6 +350,7 @@ bool container_atom(std::string_view text, Arbenv* env, Value* out) {
     }
     Value base = lang::evaluate(a->base, env);
     if (base.is_error()) return *out = std::move(base), true;
+    if (lang::is_matrix(base)) return *out = matrix_chain(*a, std::move(base), env), true;
     if (!lang::is_array(base) && !lang::is_map(base)) return false;
     if (!evaluate_steps(*c, env, args, out)) return true;
     *out = walk(*a, args, base.obj.get(), false, env);

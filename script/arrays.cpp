@@ -7,6 +7,7 @@
 #include "lang/globals.hpp"
 #include "script/containers.hpp"
 #include "script/string_methods.hpp"
+#include "script/matrices.hpp"
 
 namespace ostr::script {
 namespace {
@@ -59,8 +60,9 @@ Value m_enlarge(obj::Object* self, std::span<Value> args, Arbenv* env, std::uint
     return size_of(*a);
 }
 
-// Matrices arrive with a later release.
-Value m_matrix(obj::Object*, std::span<Value>, Arbenv*, std::uint32_t) { return fail(); }
+Value m_matrix(obj::Object* self, std::span<Value>, Arbenv*, std::uint32_t) {
+    return matrix_from_array(*obj::array_of(self));
+}
 
 Value m_append(obj::Object* self, std::span<Value> args, Arbenv* env, std::uint32_t room) {
     if (obj::array_of(self)->items.size() + args.size() > obj::max_container_items) return too_large(env);

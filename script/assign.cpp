@@ -7,6 +7,7 @@
 #include "lang/globals.hpp"
 #include "grammar/scan.hpp"
 #include "script/containers.hpp"
+#include "script/matrices.hpp"
 #include "script/script.hpp"
 #include "script/state.hpp"
 
@@ -173,6 +174,7 @@ Text assign(std::string_view left, std::string_view right, Arbenv* env) {
     std::string_view name;
     if (assignable_name(left)) return assign_variable(left, lang::evaluate(right, env), env);
     if (function_head(left, &name)) return define(name, left, right, env);
+    if (auto r = assign_matrix_element(left, right, env)) return std::move(*r);
     if (auto r = assign_element(left, right, env)) return std::move(*r);
     return Text(lang::error_word(lang::Error::invalid_assignment));
 }

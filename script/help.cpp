@@ -31,6 +31,8 @@ constexpr HelpText texts[] = {
     {K::command, "sigdigits", "sigdigits(n)", "shows numbers with n significant digits, n from 1 to 15"},
     {K::command, "bigdigits", "bigdigits=n",
      "the digits big numbers are computed and shown with, 1 to 10000000 (30 when unset)"},
+    {K::command, "zeros", "zeros(r,c)", "the r by c matrix of zeros"},
+    {K::command, "identity", "identity(n)", "the n by n identity matrix"},
     {K::command, "export", "export(\"FILE\")", "writes the session's names to FILE; answers how many"},
     {K::command, "import", "import(\"FILE\")", "merges the names of FILE into the session; answers how many"},
     {K::command, "plot", "plot(f,x,a,b)", "draws f (or [f,g,...]) for x from a to b into a PNG file; answers its name"},
@@ -72,7 +74,7 @@ constexpr HelpText texts[] = {
     {K::array_method, "max", "a.max()", "the greatest element"},
     {K::array_method, "mean", "a.mean()", "the mean of the elements"},
     {K::array_method, "join", "a.join(sep)", "the strings and numbers of a as one string, sep between them"},
-    {K::array_method, "matrix", "a.matrix()", "the array as a matrix (not yet: >invalid_expression<)"},
+    {K::array_method, "matrix", "a.matrix()", "an array of equal-length rows (or of numbers: one row) as a matrix"},
     {K::map_method, "size", "m.size()", "the number of entries"},
     {K::map_method, "add", "m.add(k,v,...)", "sets each key to the value after it; answers the new size"},
     {K::map_method, "get", "m.get(k)", "the value under k, as m[k]"},
@@ -81,6 +83,44 @@ constexpr HelpText texts[] = {
     {K::map_method, "keys", "m.keys()", "the keys as an array, in key order"},
     {K::map_method, "values", "m.values()", "the values as an array, in key order"},
     {K::map_method, "flush", "m.flush()", "removes every entry"},
+    {K::matrix_method, "size", "m.size()", "the number of elements, rows times columns"},
+    {K::matrix_method, "dims", "m.dims()", "[rows,columns]"},
+    {K::matrix_method, "rank", "m.rank()", "the number of singular values above max(rows,columns)*eps*the largest"},
+    {K::matrix_method, "mul", "m.mul(b)", "m*b: the matrix product, or every element times a number"},
+    {K::matrix_method, "add", "m.add(b)", "m+b, element by element"},
+    {K::matrix_method, "sub", "m.sub(b)", "m-b, element by element"},
+    {K::matrix_method, "dirmul", "m.dirmul(b)", "the element-by-element product with a matrix of the same size or a number"},
+    {K::matrix_method, "diradd", "m.diradd(b)", "the element-by-element sum with a matrix of the same size or a number"},
+    {K::matrix_method, "append", "m.append(row,...)", "adds rows (arrays or matrices of as many columns) at the bottom"},
+    {K::matrix_method, "appendcol", "m.appendcol(col,...)", "adds columns (arrays or matrices of as many rows) at the right"},
+    {K::matrix_method, "insert", "m.insert(i,row)", "the row becomes row i"},
+    {K::matrix_method, "insertcol", "m.insertcol(j,col)", "the column becomes column j"},
+    {K::matrix_method, "enlarge", "m.enlarge(n)", "grows m to n by n, padding with zeros"},
+    {K::matrix_method, "delete", "m.delete(i,...)", "removes those rows"},
+    {K::matrix_method, "deletecol", "m.deletecol(j,...)", "removes those columns"},
+    {K::matrix_method, "swap", "m.swap(i,j)", "exchanges two rows"},
+    {K::matrix_method, "swapcol", "m.swapcol(i,j)", "exchanges two columns"},
+    {K::matrix_method, "transpose", "m.transpose()", "rows become columns"},
+    {K::matrix_method, "elem", "m.elem(i,j)", "element (i,j), as m[i][j]; m.elem(i,j,x) sets it"},
+    {K::matrix_method, "invert", "m.invert()", "the inverse; a singular matrix gives >invalid_expression<"},
+    {K::matrix_method, "conj", "m.conj()", "every element conjugated"},
+    {K::matrix_method, "trace", "m.trace()", "the sum of the diagonal"},
+    {K::matrix_method, "vectorize", "m.vectorize()", "the elements column after column, as an array"},
+    {K::matrix_method, "matricize", "m.matricize()", "a row or column of n^2 elements as the n by n matrix of those columns"},
+    {K::matrix_method, "det", "m.det()", "the determinant (exact for integer matrices)"},
+    {K::matrix_method, "eigvals", "m.eigvals()", "the eigenvalues as an array, ascending by real part"},
+    {K::matrix_method, "eigvecs", "m.eigvecs()", "unit eigenvectors as columns, in the order of eigvals()"},
+    {K::matrix_method, "array", "m.array()", "the rows as an array of arrays"},
+    {K::matrix_method, "writematrix", "m.writematrix()", "the matrix as a string, one line per row, commas between elements"},
+    {K::matrix_method, "solve", "m.solve(b)", "x with m*x=b (least squares when m is tall); b an array or a matrix"},
+    {K::matrix_method, "norm", "m.norm(p)", "the 2-norm; norm(1), norm(\"inf\") and norm(\"fro\") the others"},
+    {K::matrix_method, "cond", "m.cond()", "the condition number in the 2-norm"},
+    {K::matrix_method, "lu", "m.lu(k)", "k=1 L, k=2 U, k=3 P with P*m=L*U"},
+    {K::matrix_method, "qr", "m.qr(k)", "k=1 Q, k=2 R with m=Q*R"},
+    {K::matrix_method, "svd", "m.svd(k)", "the singular values; k=1 U, k=2 S, k=3 V with m=U*S*transpose(V)"},
+    {K::matrix_method, "pinv", "m.pinv()", "the pseudo-inverse"},
+    {K::matrix_method, "kron", "m.kron(b)", "the Kronecker product"},
+    {K::matrix_method, "expm", "m.expm()", "the matrix exponential"},
 };
 
 constexpr std::size_t line_width = 72;
@@ -114,6 +154,7 @@ std::string_view kind_word(HelpKind kind) {
     case K::string_method: return "string method";
     case K::array_method: return "array method";
     case K::map_method: return "map method";
+    case K::matrix_method: return "matrix method";
     }
     return {};
 }
@@ -208,6 +249,7 @@ std::string help_topics() {
     add_names(out, "String methods (s.name())", names_of(K::string_method));
     add_names(out, "Array methods (a.name())", names_of(K::array_method));
     add_names(out, "Map methods (m.name())", names_of(K::map_method));
+    add_names(out, "Matrix methods (m.name())", names_of(K::matrix_method));
     out += "help(name) or help(\"name\") for one of them; help(\"s.name\") for methods only.";
     return out;
 }

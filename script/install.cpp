@@ -8,6 +8,7 @@
 #include "grammar/scan.hpp"
 #include "script/containers.hpp"
 #include "script/help.hpp"
+#include "script/matrices.hpp"
 #include "script/script.hpp"
 #include "script/state.hpp"
 #include "script/string_methods.hpp"
@@ -72,6 +73,7 @@ void install() {
         t.types[c].print = print_container;
         t.types[c].compare = container_compare;
     }
+    install_matrices();
     if (lang::globals()) {
         t.types[obj::string].binary[obj::string] = string_arithmetic;
         t.types[obj::string].binary[obj::numeric] = t.types[obj::numeric].binary[obj::string] = string_arithmetic;

@@ -53,7 +53,6 @@ TEST_F(Containers, BadInputAnswersAnErrorAndChangesNothing) {
         {"a.enlarge(2)", ">invalid_expression<"},
         {"a.enlarge(3.5)", ">invalid_expression<"},
         {"a.append(>invalid_object<)", ">invalid_expression<"},
-        {"a.matrix()", ">invalid_expression<"},
         {"a.get(1)", ">invalid_expression<"},
         {"[1,\"x\"].sort()", ">invalid_expression<"},
         {"[x].sort()", ">invalid_expression<"},

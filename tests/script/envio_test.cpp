@@ -120,10 +120,10 @@ void* read_text_value(void* stream, std::uint32_t mode) {
 }
 
 TEST_F(EnvStream, EveryTagTravelsThroughItsHandlers) {
-    auto& slot = obj::type_table().types[obj::matrix].handlers;
+    auto& slot = obj::type_table().types[obj::mutant].handlers;
     const obj::ValueHandlers saved = slot;
     slot = {freeRBNodeValueString, write_text_value, read_text_value, copyRBNodeValueString};
-    obj::store(env_, obj::make_object(env_, obj::matrix, "m", copyRBNodeValueString(const_cast<char*>("k=v")), slot));
+    obj::store(env_, obj::make_object(env_, obj::mutant, "m", copyRBNodeValueString(const_cast<char*>("k=v")), slot));
     obj::store(env_, obj::make_object(env_, obj::node, "orphan", copyRBNodeValueString(const_cast<char*>("x")),
                                       {freeRBNodeValueString, nullptr, nullptr, copyRBNodeValueString}));
     // A big number: two bit arrays (an odd mantissa with its top bit set, the
@@ -152,7 +152,7 @@ TEST_F(EnvStream, EveryTagTravelsThroughItsHandlers) {
     ASSERT_NE(e, nullptr);
     obj::Object* m = obj::find(e, "m");
     ASSERT_NE(m, nullptr);
-    EXPECT_EQ(m->tag, obj::matrix);
+    EXPECT_EQ(m->tag, obj::mutant);
     EXPECT_STREQ(static_cast<const char*>(m->value), "k=v");
     EXPECT_EQ(obj::find(e, "orphan"), nullptr);
     obj::Object* big_back = obj::find(e, "big");

@@ -27,7 +27,8 @@ TEST_F(Help, Answers) {
         {"help(upper)", "s.upper() (string method): s with the letters a to z made capitals"},
         {"help(\"s.upper\")", "s.upper() (string method): s with the letters a to z made capitals"},
         {"help(a.size)",
-         "a.size() (array method): the number of elements\nm.size() (map method): the number of entries"},
+         "a.size() (array method): the number of elements\nm.size() (map method): the number of entries\n"
+         "m.size() (matrix method): the number of elements, rows times columns"},
         {"help(\"x.sin\")", "no method named sin"},
         {"help(sinn)", "no help for sinn; did you mean sign, sin or sinh?"},
         {"help(qqqqqqqq)", "no help for qqqqqqqq"},

@@ -96,6 +96,8 @@ bool put_value(Text& out, const obj::Object* o, int depth) {
         put_container(out, o);
         return true;
     case obj::scoped:
+    case obj::mutant:
+    case obj::class_definition:
         if (!o->value || depth >= max_scope_depth) return false;
         put_env(out, static_cast<const Arbenv*>(o->value), depth + 1);
         return true;
@@ -206,16 +208,15 @@ obj::Object* make_from(std::uint32_t tag, std::string_view key, std::string_view
     }
     case obj::array:
     case obj::map: return read_container(tag, v, key, env);
-    case obj::scoped: {
+    case obj::scoped:
+    case obj::mutant:
+    case obj::class_definition: {
         if (depth >= max_scope_depth) return nullptr;
         Reader r(v);
         EnvPtr scope(get_env(r, env, depth + 1));
         if (!scope || r.left() != 0) return nullptr;
-        obj::Object* o = got(obj::make_scoped(key, env));
-        obj::free_environment(static_cast<Arbenv*>(o->value));
         scope->parent_flag = 1;
-        o->value = scope.release();
-        return o;
+        return got(obj::make_object(env, tag, key, scope.release(), obj::type_of(tag).handlers));
     }
     default: {
         if (tag >= obj::tag_count) return nullptr;

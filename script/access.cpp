@@ -385,7 +385,7 @@ bool same_value(const Value& a, const Value& b) {
         }
         return true;
     }
-    return false;
+    return obj::compare(a, b, lang::ops::Cond::eq) == 1;
 }
 
 int container_compare(const Value& a, const Value& b, lang::ops::Cond c) {

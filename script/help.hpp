@@ -11,7 +11,7 @@
 namespace ostr::script {
 
 // Where a help text of this layer belongs.
-enum class HelpKind : unsigned char { word, command, string_method, array_method, map_method };
+enum class HelpKind : unsigned char { word, command, string_method, array_method, map_method, node_method, object_method };
 
 // One row of this layer's help table: the name, its call form and one line
 // of meaning.

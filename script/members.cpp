@@ -212,6 +212,15 @@ Value method_call(std::string_view text, Arbenv* env, bool* handled) {
 
 }  // namespace
 
+Value method_on_value(Value& receiver, std::string_view name, std::vector<Value>& args, Arbenv* env) {
+    if (receiver.kind != Value::Kind::object) return fail();
+    Target t;
+    t.object = receiver.obj.get();
+    if (!holds_scope(t.object) && t.object->tag != obj::node) return fail();
+    if (holds_scope(t.object)) t.scope = scope_of(t.object);
+    return call_on(t, name, args, env, name);
+}
+
 bool object_atom(std::string_view text, Arbenv* env, Value* out) {
     if (text == "this") {
         const obj::Object* self = this_view(env);

@@ -38,6 +38,10 @@ lang::Value to_class(const obj::Object* cls, const lang::Value& x, Arbenv* env);
 // member path.
 std::optional<Text> assign_member(std::string_view left, std::string_view right, Arbenv* env);
 
+// A method called on a value (an element of a container): an instance
+// works on its copy, a node on the node itself.
+lang::Value method_on_value(lang::Value& receiver, std::string_view name, std::vector<lang::Value>& args, Arbenv* env);
+
 // The methods of nodes, and the graph functions (graphs.cpp).
 lang::Value node_method(obj::Object* self, std::string_view name, std::vector<lang::Value>& args, Arbenv* env);
 void install_graphs();

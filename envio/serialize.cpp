@@ -17,6 +17,7 @@
 #include "bignum/bitarray.hpp"
 #include "envio/containers_io.hpp"
 #include "envio/graph_io.hpp"
+#include "objects/nodes.hpp"
 #include "ostravine/envio.h"
 #include "ostravine/hash.h"
 #include "persist/memfile.hpp"
@@ -96,7 +97,11 @@ bool put_value(Text& out, const obj::Object* o, int depth) {
         if (!o->value) return false;
         put_container(out, o);
         return true;
-    case obj::node: return o->value && put_node(out, o);
+    case obj::node:
+        // A node record; an object of this tag with handlers of its own
+        // saves through them.
+        if (o->free_value != obj::release_node) return put_by_handler(out, o);
+        return o->value && put_node(out, o);
     case obj::scoped:
     case obj::mutant:
     case obj::class_definition:

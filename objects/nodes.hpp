@@ -36,6 +36,11 @@ const ValueHandlers& node_handlers() noexcept;
 // An object of tag node holding the record (its reference passes to it).
 [[nodiscard]] Object* make_node(NodeRecord* n, Arbenv* env, std::string_view name = {});
 inline NodeRecord* node_of(const Object* o) noexcept { return static_cast<NodeRecord*>(o->value); }
+// An object of tag node that holds a node record (a test or a higher layer
+// may give the tag a value of its own).
+inline bool is_node(const Object* o) noexcept {
+    return o && o->tag == node && o->value && o->free_value == release_node;
+}
 
 // The edge from -> to gets the weight (a new edge, or a new weight for the
 // one there). False when memory runs out (nothing changed).

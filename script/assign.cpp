@@ -202,6 +202,7 @@ bool call_function(std::string_view text, std::size_t open, Arbenv* env, lang::V
 
 lang::Value invoke(std::string_view definition, std::vector<lang::Value>& args, Arbenv* parent, obj::Object* self,
                    Arbenv* env, std::string_view text) {
+    obj::OwnedObject held(self);
     std::shared_ptr<const Function> f = function_of(definition);
     if (!f->valid || args.size() != f->params.size()) return lang::Value::failure();
     // Every call counts against the line's pass and time bounds, as a loop
@@ -211,7 +212,7 @@ lang::Value invoke(std::string_view definition, std::vector<lang::Value>& args, 
     if (aborted(env) || !depth.ok() || !count_pass(env)) return lang::Value::failure(lang::Error::evaluation_aborted);
     std::unique_ptr<Arbenv, ScopeDeleter> scope(obj::make_environment(parent));
     if (!scope) return lang::Value::failure();
-    if (self) obj::put(scope->objects, "this", self);
+    if (held) obj::put(scope->objects, "this", held.release());
     for (std::size_t k = 0; k < args.size(); ++k)
         if (!store_value(std::move(args[k]), f->params[k], scope.get())) return lang::Value::failure();
     Status st;

@@ -25,8 +25,7 @@ Value number(double x) { return Value::number({x, 0}); }
 constexpr std::size_t poll_every = 4096;
 
 NodeRecord* node_arg(const Value& v) {
-    return v.kind == Value::Kind::object && v.obj->tag == obj::node && v.obj->value ? obj::node_of(v.obj.get())
-                                                                                  : nullptr;
+    return v.kind == Value::Kind::object && obj::is_node(v.obj.get()) ? obj::node_of(v.obj.get()) : nullptr;
 }
 
 bool real_arg(const Value& v, double* x) {
@@ -187,7 +186,7 @@ bool node_set(const Value& v, std::vector<NodeRecord*>& out) {
     if (NodeRecord* n = node_arg(v)) return out.push_back(n), true;
     if (!lang::is_array(v)) return false;
     for (const obj::Item& it : obj::array_of(v.obj.get())->items) {
-        if (!it.obj || it.obj->tag != obj::node || !it.obj->value) return false;
+        if (!obj::is_node(it.obj)) return false;
         out.push_back(obj::node_of(it.obj));
     }
     return true;
@@ -342,7 +341,7 @@ Value node_method(obj::Object* self, std::string_view name, std::vector<Value>& 
 }
 
 Text print_node(const obj::Object* o, int digits) {
-    if (!o->value) return Text(lang::error_word(Error::invalid_object));
+    if (!obj::is_node(o)) return obj::type_name(o);
     const NodeRecord* n = obj::node_of(o);
     Text t("node(");
     t += print_item(n->value, digits);

@@ -103,7 +103,7 @@ bool resolve_target(std::string_view base, Arbenv* env, Target& t, bool computed
         return false;
     }
     if (t.object && holds_scope(t.object)) t.scope = scope_of(t.object);
-    return t.object && (holds_scope(t.object) || t.object->tag == obj::node);
+    return t.object && (holds_scope(t.object) || obj::is_node(t.object));
 }
 
 Value read_member(const Target& t, std::string_view name, Arbenv* env) {
@@ -216,7 +216,7 @@ Value method_on_value(Value& receiver, std::string_view name, std::vector<Value>
     if (receiver.kind != Value::Kind::object) return fail();
     Target t;
     t.object = receiver.obj.get();
-    if (!holds_scope(t.object) && t.object->tag != obj::node) return fail();
+    if (!holds_scope(t.object) && !obj::is_node(t.object)) return fail();
     if (holds_scope(t.object)) t.scope = scope_of(t.object);
     return call_on(t, name, args, env, name);
 }

@@ -81,7 +81,12 @@ obj::Object* member_object(const obj::Object* o, std::string_view name, Arbenv* 
     return m;
 }
 
+// A member path is at most this many steps long: each step is a level of
+// recursion here and a scan of the text.
+constexpr std::ptrdiff_t max_path_steps = 64;
+
 bool resolve_target(std::string_view base, Arbenv* env, Target& t, bool computed_ok) {
+    if (std::count(base.begin(), base.end(), '.') > max_path_steps) return false;
     if (base == "this") {
         t.object = this_view(env);
         t.is_this = true;

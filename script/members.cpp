@@ -272,6 +272,12 @@ std::optional<Text> assign_member(std::string_view left, std::string_view right,
     if (!m || hidden) return word(Error::invalid_assignment);
     // A member of the instance, else a static of its class.
     const bool own = t.object->tag != obj::class_definition && t.scope->objects.count(name);
+    // A number replacing a number is written in place, as for variables:
+    // methods update their counters and coordinates at every call.
+    if (m->tag == obj::numeric && v.kind == Value::Kind::number) {
+        *static_cast<Complex*>(m->value) = v.num;
+        return Text();
+    }
     Arbenv* into = own ? t.scope : obj::top_level_of(env);
     Text key(name);
     if (!own) key = Text(class_of(t.object)) + Text(".") + key;

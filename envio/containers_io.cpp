@@ -7,10 +7,12 @@
 //   matrix: u32 rows, u32 columns, then rows·columns items row by row, each
 //           a number or a formula
 //   item:  u8 kind: 0 number (2 x f64, finite), 1 formula text, 2 string
-//          (u32 length and the bytes, no zero byte), 3 array, 4 map
+//          (u32 length and the bytes, no zero byte), 3 array, 4 map, 5 any
+//          other object (u32 tag and its value bytes as a text)
 //   key:   u8 0 and a number (2 x f64), or u8 1 and a text
 #include "envio/containers_io.hpp"
 #include "envio/bytes.hpp"
+#include "envio/graph_io.hpp"
 
 #include <cmath>
 #include <cstring>
@@ -21,7 +23,7 @@
 namespace ostr::envio {
 namespace {
 
-enum Kind : std::uint8_t { number = 0, formula = 1, string = 2, array = 3, map = 4 };
+enum Kind : std::uint8_t { number = 0, formula = 1, string = 2, array = 3, map = 4, held = 5 };
 
 
 void put_map(Text& out, const obj::MapValue& m);
@@ -44,6 +46,17 @@ void put_item(Text& out, const obj::Item& it) {
         put_map(out, *obj::map_of(it.obj));
         return;
     case obj::string: out.push_back(static_cast<char>(string)); break;
+    case obj::numeric:
+        out.push_back(static_cast<char>(number));
+        put_raw(out, it.obj->value, sizeof(Complex));
+        return;
+    case obj::node:
+    case obj::mutant:
+    case obj::class_definition:
+    case obj::scoped:
+        out.push_back(static_cast<char>(held));
+        put_held_object(out, it.obj);
+        return;
     default: out.push_back(static_cast<char>(formula)); break;
     }
     put_text(out, obj::text_value(it.obj));
@@ -95,6 +108,12 @@ bool get_item(Reader& in, std::uint32_t depth, obj::Item& it) {
     }
     case array: it.obj = obj::make_array(get_array(in, depth + 1), nullptr); break;
     case map: it.obj = obj::make_map(get_map(in, depth + 1), nullptr); break;
+    case held: {
+        std::uint32_t tag;
+        if (!in.get(tag) || !in.view(t)) return false;
+        it.obj = read_held_object(tag, t);
+        break;
+    }
     default: return false;
     }
     return it.obj != nullptr;

@@ -17,6 +17,8 @@
 #include "bignum/bitarray.hpp"
 #include "bignum/float.hpp"
 #include "envio/containers_io.hpp"
+#include "envio/graph_io.hpp"
+#include "objects/nodes.hpp"
 #include "ostravine/envio.h"
 #include "ostravine/hash.h"
 #include "persist/memfile.hpp"
@@ -97,7 +99,14 @@ bool put_value(Text& out, const obj::Object* o, int depth) {
         if (!o->value) return false;
         put_container(out, o);
         return true;
+    case obj::node:
+        // A node record; an object of this tag with handlers of its own
+        // saves through them.
+        if (o->free_value != obj::release_node) return put_by_handler(out, o);
+        return o->value && put_node(out, o);
     case obj::scoped:
+    case obj::mutant:
+    case obj::class_definition:
         if (!o->value || depth >= max_scope_depth) return false;
         put_env(out, static_cast<const Arbenv*>(o->value), depth + 1);
         return true;
@@ -210,16 +219,16 @@ obj::Object* make_from(std::uint32_t tag, std::string_view key, std::string_view
     case obj::array:
     case obj::map:
     case obj::matrix: return read_container(tag, v, key, env);
-    case obj::scoped: {
+    case obj::node: return read_node(v, key, env);
+    case obj::scoped:
+    case obj::mutant:
+    case obj::class_definition: {
         if (depth >= max_scope_depth) return nullptr;
         Reader r(v);
         EnvPtr scope(get_env(r, env, depth + 1));
         if (!scope || r.left() != 0) return nullptr;
-        obj::Object* o = got(obj::make_scoped(key, env));
-        obj::free_environment(static_cast<Arbenv*>(o->value));
         scope->parent_flag = 1;
-        o->value = scope.release();
-        return o;
+        return got(obj::make_object(env, tag, key, scope.release(), obj::type_of(tag).handlers));
     }
     default: {
         if (tag >= obj::tag_count) return nullptr;
@@ -251,7 +260,8 @@ bool get_table(Reader& in, obj::ObjectTable& table, Arbenv* env, int depth) {
         obj::Object* o = make_from(tag, key, value, env, depth);
         // A damaged array, map or matrix is damage of the record, not an object of
         // another build to skip.
-        if (!o && (tag == obj::array || tag == obj::map || tag == obj::bignum || tag == obj::matrix)) return false;
+        if (!o && (tag == obj::array || tag == obj::map || tag == obj::bignum || tag == obj::matrix || tag == obj::node))
+            return false;
         if (!o) continue;
         o->is_private = flags[0];
         o->locked = flags[1];
@@ -289,7 +299,16 @@ Arbenv* get_env(Reader& in, Arbenv* parent, int depth) {
 
 }  // namespace
 
+bool put_object_bytes(Text& out, const obj::Object* o) { return put_value(out, o, 0); }
+
+obj::Object* object_from_bytes(std::uint32_t tag, std::string_view bytes) {
+    if (tag == obj::array || tag == obj::map || tag == obj::numeric || tag == obj::algebraic || tag == obj::string)
+        return nullptr;  // these have item kinds of their own
+    return make_from(tag, "", bytes, nullptr, 0);
+}
+
 void write_body(const Arbenv* env, Text& out) {
+    NodeSession nodes;
     put_raw(out, magic, 4);
     put_u32(out, format);
     std::int32_t table[random_slots];
@@ -305,6 +324,7 @@ Arbenv* read_body(std::string_view bytes, bool restore_random) {
     std::int32_t table[random_slots];
     if (!in.take(m, 4) || std::memcmp(m, magic, 4) != 0 || !in.get(f) || f != format || !in.take(table, sizeof table))
         return nullptr;
+    NodeSession nodes;
     EnvPtr env(get_env(in, nullptr, 0));
     if (!env || in.left() != 0) return nullptr;
     env->placeholders = std::make_unique<obj::ObjectTable>();

@@ -29,4 +29,10 @@ void write_body(const Arbenv* env, Text& out);
 // is left empty. Returns the number of names moved.
 std::size_t merge_into(Arbenv* into, Arbenv* from);
 
+// The value bytes of one object as the record holds them (false when it
+// cannot be saved), and the object rebuilt from them, held by no
+// environment (null when damaged). For objects held inside containers.
+bool put_object_bytes(Text& out, const obj::Object* o);
+[[nodiscard]] obj::Object* object_from_bytes(std::uint32_t tag, std::string_view bytes);
+
 }  // namespace ostr::envio

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <new>
 
+#include "objects/environment.hpp"
 #include "objects/types.hpp"
 
 namespace ostr::obj {
@@ -85,6 +86,13 @@ std::uint32_t item_depth(const Item& it) noexcept {
     if (!it.obj || !it.obj->value) return 0;
     if (it.obj->tag == array) return array_of(it.obj)->depth;
     if (it.obj->tag == map) return map_of(it.obj)->depth;
+    // A class, instance or mutant: one level above its deepest member.
+    if (it.obj->tag == scoped || it.obj->tag == mutant || it.obj->tag == class_definition) {
+        std::uint32_t d = 0;
+        for (const auto& [key, m] : static_cast<const Arbenv*>(it.obj->value)->objects)
+            d = std::max(d, item_depth(Item{{0, 0}, m}));
+        return d + 1;
+    }
     return 0;
 }
 
@@ -94,7 +102,11 @@ bool storable(const Object* o) noexcept {
     case string:
     case numeric: return true;
     case array:
-    case map: return o->value != nullptr;
+    case map:
+    case node:
+    case mutant:
+    case class_definition:
+    case scoped: return o->value != nullptr;
     default: return false;
     }
 }

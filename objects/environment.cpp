@@ -28,6 +28,7 @@ bool copy_table(const ObjectTable& from, ObjectTable& to, Arbenv* env) {
     for (const auto& [name, object] : from) {
         Object* copy = copy_object(object, env);
         if (!copy) return false;
+        copy->is_private = object->is_private;  // a private member stays private in a copied instance
         put(to, name, copy);
     }
     return true;

@@ -11,6 +11,7 @@
 #include "objects/containers.hpp"
 #include "objects/environment.hpp"
 #include "objects/matrix.hpp"
+#include "objects/nodes.hpp"
 
 namespace ostr::obj {
 namespace {
@@ -81,8 +82,9 @@ constexpr ValueHandlers matrix_value_handlers{release_matrix, nullptr, nullptr, 
 
 // A scope is copied with its environment, whose parent becomes env.
 Object* copy_scoped(const Object* s, Arbenv* env) {
+    if (!s->value) return nullptr;  // a scope lent to a method call
     Arbenv* scope = copy_environment(static_cast<const Arbenv*>(s->value), env);
-    return scope ? make_object(env, scoped, s->name ? s->name : "", scope, scope_handlers) : nullptr;
+    return scope ? make_object(env, s->tag, s->name ? s->name : "", scope, scope_handlers) : nullptr;
 }
 
 Value numeric_value_of(const Object* o) { return Value::number(numeric_value(o)); }
@@ -108,14 +110,14 @@ Text print_text(const Object* o, int) { return Text(text_value(o)); }
 // Tags without a named row (9) keep the empty record: the object's name is
 // its type name, and it has no handlers, arithmetic or methods.
 constexpr TypeTable builtin_types{{
-    {.name = "node", .methods = node_methods},
+    {.name = "node", .handlers = {release_node, nullptr, nullptr, share_node}, .methods = node_methods},
     {.name = "algebraic", .handlers = text_value_handlers, .value_of = algebraic_value_of, .print = print_text,
      .methods = algebraic_methods},
     {.name = "matrix", .handlers = matrix_value_handlers, .methods = matrix_methods},
-    {.name = "mutant"},
+    {.name = "mutant", .handlers = scope_handlers, .copy = copy_scoped},
     {.name = "string", .handlers = {release_string, nullptr, nullptr, share_string}, .copy = copy_string_object},
     {.name = "array", .handlers = array_value_handlers, .methods = array_methods},
-    {.name = "class_definition", .methods = class_methods},
+    {.name = "class_definition", .handlers = scope_handlers, .copy = copy_scoped, .methods = class_methods},
     {.name = "top_level"},
     {.handlers = scope_handlers, .copy = copy_scoped},
     {},

@@ -240,7 +240,12 @@ Value walk(const Access& a, Args& args, obj::Object* root, bool variable, Arbenv
             obj::Item* it = element(cur, args.index[k]);
             if (!it) return fail(lang::Error::invalid_object);
             if (k + 1 == a.steps.size()) return lang::item_value(*it);
-            if (!is_container(it->obj)) return fail();
+            if (!is_container(it->obj)) {
+                // An instance or a node among the elements takes one method call.
+                if (k + 2 != a.steps.size() || !a.steps[k + 1].method) return fail();
+                Value receiver = lang::item_value(*it);
+                return method_on_value(receiver, a.steps[k + 1].name, args.call[k + 1], env);
+            }
             cur = it->obj;
             continue;
         }
@@ -444,7 +449,7 @@ bool same_value(const Value& a, const Value& b) {
         }
         return true;
     }
-    return false;
+    return obj::compare(a, b, lang::ops::Cond::eq) == 1;
 }
 
 int container_compare(const Value& a, const Value& b, lang::ops::Cond c) {

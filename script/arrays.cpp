@@ -314,7 +314,7 @@ Text print_item(const Item& it, int digits) {
     case obj::string: return quoted(obj::text_value(it.obj));
     case obj::array:
     case obj::map: return print_container(it.obj, digits);
-    default: return Text(obj::text_value(it.obj));
+    default: return obj::print(it.obj, digits);
     }
 }
 

@@ -172,6 +172,7 @@ Text assign_variable(std::string_view name, lang::Value&& v, Arbenv* env) {
 Text assign(std::string_view left, std::string_view right, Arbenv* env) {
     if (left == "\x01" "1") return {};  // the dummy step of a "while"
     std::string_view name;
+    if (auto r = assign_class_or_member(left, right, env)) return std::move(*r);
     if (assignable_name(left)) return assign_variable(left, lang::evaluate(right, env), env);
     if (function_head(left, &name)) return define(name, left, right, env);
     if (auto r = assign_matrix_element(left, right, env)) return std::move(*r);
@@ -182,8 +183,8 @@ Text assign(std::string_view left, std::string_view right, Arbenv* env) {
 bool call_function(std::string_view text, std::size_t open, Arbenv* env, lang::Value* out) {
     const obj::Object* fo = find_function(env, text.substr(0, open));
     if (!fo) return false;
-    std::shared_ptr<const Function> f = function_of(obj::text_value(fo));
     std::shared_ptr<const Arguments> shape = arguments_of(text.substr(open + 1, text.size() - open - 2));
+    std::shared_ptr<const Function> f = function_of(obj::text_value(fo));
     if (!f->valid || shape->args.size() != f->params.size()) {
         *out = lang::Value::failure();
         return true;
@@ -197,24 +198,25 @@ bool call_function(std::string_view text, std::size_t open, Arbenv* env, lang::V
             return true;
         }
     }
+    *out = invoke(obj::text_value(fo), args, fo->env, nullptr, env, text);
+    return true;
+}
+
+lang::Value invoke(std::string_view definition, std::vector<lang::Value>& args, Arbenv* parent, obj::Object* self,
+                   Arbenv* env, std::string_view text) {
+    obj::OwnedObject held(self);
+    std::shared_ptr<const Function> f = function_of(definition);
+    if (!f->valid || args.size() != f->params.size()) return lang::Value::failure();
     // Every call counts against the line's pass and time bounds, as a loop
     // pass does: a recursion that branches stays within the depth bound and
     // could still run for ever.
     DepthGuard depth(env);
-    if (aborted(env) || !depth.ok() || !count_pass(env)) {
-        *out = lang::Value::failure(lang::Error::evaluation_aborted);
-        return true;
-    }
-    std::unique_ptr<Arbenv, ScopeDeleter> scope(obj::make_environment(fo->env));
-    if (!scope) {
-        *out = lang::Value::failure();
-        return true;
-    }
+    if (aborted(env) || !depth.ok() || !count_pass(env)) return lang::Value::failure(lang::Error::evaluation_aborted);
+    std::unique_ptr<Arbenv, ScopeDeleter> scope(obj::make_environment(parent));
+    if (!scope) return lang::Value::failure();
+    if (held) obj::put(scope->objects, "this", held.release());
     for (std::size_t k = 0; k < args.size(); ++k)
-        if (!store_value(std::move(args[k]), f->params[k], scope.get())) {
-            *out = lang::Value::failure();
-            return true;
-        }
+        if (!store_value(std::move(args[k]), f->params[k], scope.get())) return lang::Value::failure();
     Status st;
     if (f->shape) {
         st = run_body(*f->shape, scope.get());
@@ -222,14 +224,11 @@ bool call_function(std::string_view text, std::size_t open, Arbenv* env, lang::V
         Text work;
         st = normalise(f->body, scope.get(), work) ? run_elements(work, scope.get()) : Status::failed;
     }
-    if (st == Status::failed) {
-        *out = lang::Value::failure(aborted(env) ? lang::Error::evaluation_aborted : lang::Error::invalid_expression);
-        return true;
-    }
+    if (st == Status::failed)
+        return lang::Value::failure(aborted(env) ? lang::Error::evaluation_aborted : lang::Error::invalid_expression);
     // A body that set no value leaves the call as a formula.
     const obj::Object* r = obj::find(scope.get(), "return");
-    *out = r ? value_in(r, env) : lang::Value::formula_of(Text(text));
-    return true;
+    return r ? value_in(r, env) : lang::Value::formula_of(Text(text));
 }
 
 }  // namespace ostr::script

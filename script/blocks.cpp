@@ -62,7 +62,7 @@ Element classify(std::string_view t) {
     } else if (assignment_form(t)) {
         e.kind = Kind::assign;
         e.sign = assignment_sign(t);
-        e.variable = assignable_name(e.left());
+        e.variable = assignable_name(e.left()) && !defines_class(e.right());
         if (e.variable) e.expr = lang::prepare(e.right());
     } else if (!block_keyword(t).empty() && !literal_keyword(block_keyword(t))) {
         e.kind = Kind::block;

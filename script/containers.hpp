@@ -42,6 +42,8 @@ Text print_container(const obj::Object* o, int digits);
 // containers or the operator is another.
 int container_compare(const lang::Value& a, const lang::Value& b, lang::ops::Cond c);
 
+lang::Value method_on_value(lang::Value& receiver, std::string_view name, std::vector<lang::Value>& args, Arbenv* env);
+
 // ---- shared by the container files ----
 
 // One step of an access chain: an index "[...]" or a method ".name(...)".

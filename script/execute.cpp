@@ -75,7 +75,7 @@ Line classify_line(std::string_view work) {
     }
     if (assignment) {
         l.kind = Line::Kind::assignment;
-        l.variable = assignable_name(l.left());
+        l.variable = assignable_name(l.left()) && !defines_class(l.right());
         if (l.variable) l.prepared = lang::prepare(l.right());
         return l;
     }

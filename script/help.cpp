@@ -27,6 +27,20 @@ constexpr HelpText texts[] = {
     {K::word, "while", "while:condition,statements;", "runs the statements while the condition is 1"},
     {K::word, "break", "break", "leaves the innermost for or while loop"},
     {K::word, "private", "private:statements;", "runs its statements in order"},
+    {K::word, "class_definition", "c=class_definition:x=0,private:s=0;,static:n=0;,f(a)=...;",
+     "defines the class c: members with defaults, methods that see this, private and static members"},
+    {K::word, "static", "class_definition:...,static:n=0;;", "in a class: members shared by every instance"},
+    {K::word, "prototype", "class_definition:prototype=base,...;",
+     "in a class: starts from the members and methods of the class base"},
+    {K::word, "this", "this.x", "inside a method: the instance it was called on"},
+    {K::command, "mutate", "mutate(x)", "a mutant: an object whose members are added by m.name=... and removed"},
+    {K::command, "node", "node(value,\"label\")", "a new node of a graph; a.connect(b,w) adds the edge a->b"},
+    {K::command, "bfs", "bfs(n)", "the nodes reached from n along edges, breadth first"},
+    {K::command, "dfs", "dfs(n)", "the nodes reached from n along edges, depth first"},
+    {K::command, "shortestpath", "shortestpath(a,b)", "the nodes of a lightest path from a to b (Dijkstra)"},
+    {K::command, "distance", "distance(a,b)", "the total weight of a lightest path from a to b"},
+    {K::command, "components", "components(nodes)", "the connected components around the nodes, as arrays"},
+    {K::command, "toposort", "toposort(nodes)", "the nodes reached, each before those its edges lead to"},
     {K::command, "help", "help(name)", "the help of a name; help() lists the topics"},
     {K::command, "sigdigits", "sigdigits(n)", "shows numbers with n significant digits, n from 1 to 15"},
     {K::command, "bigdigits", "bigdigits=n",
@@ -121,6 +135,23 @@ constexpr HelpText texts[] = {
     {K::matrix_method, "pinv", "m.pinv()", "the pseudo-inverse"},
     {K::matrix_method, "kron", "m.kron(b)", "the Kronecker product"},
     {K::matrix_method, "expm", "m.expm()", "the matrix exponential"},
+    {K::node_method, "value", "n.value()", "the value the node holds"},
+    {K::node_method, "label", "n.label()", "the label of the node, a string"},
+    {K::node_method, "connect", "a.connect(b,w)", "the edge a->b with weight w (1 when left out); answers a's out-edges"},
+    {K::node_method, "disconnect", "a.disconnect(b,...)", "removes the edges between a and each b; without b all of a's"},
+    {K::node_method, "outedges", "n.outedges()", "the edges from n as [node, weight] pairs"},
+    {K::node_method, "inedges", "n.inedges()", "the edges into n as [node, weight] pairs"},
+    {K::node_method, "isleaf", "n.isleaf()", "1 when no edge leaves n, else 0"},
+    {K::node_method, "isempty", "n.isempty()", "1 when n has no edge at all, else 0"},
+    {K::node_method, "islocked", "n.islocked()", "1 when n is locked, else 0"},
+    {K::node_method, "lock", "n.lock()", "locks n: its edges, value and label refuse changes"},
+    {K::node_method, "unlock", "n.unlock()", "unlocks n"},
+    {K::node_method, "setvalue", "n.setvalue(x)", "sets the value (a number, formula or string)"},
+    {K::node_method, "setlabel", "n.setlabel(s)", "sets the label"},
+    {K::object_method, "toclass", "c.toclass(x)", "an instance of class c whose members take x's (an instance, mutant or map)"},
+    {K::object_method, "members", "m.members()", "the names of a mutant's members, as an array"},
+    {K::object_method, "has", "m.has(\"name\")", "1 when the mutant has that member, else 0"},
+    {K::object_method, "remove", "m.remove(\"name\")", "removes a member of the mutant; answers how many are left"},
 };
 
 constexpr std::size_t line_width = 72;
@@ -155,6 +186,8 @@ std::string_view kind_word(HelpKind kind) {
     case K::array_method: return "array method";
     case K::map_method: return "map method";
     case K::matrix_method: return "matrix method";
+    case K::node_method: return "node method";
+    case K::object_method: return "class or mutant method";
     }
     return {};
 }
@@ -250,6 +283,8 @@ std::string help_topics() {
     add_names(out, "Array methods (a.name())", names_of(K::array_method));
     add_names(out, "Map methods (m.name())", names_of(K::map_method));
     add_names(out, "Matrix methods (m.name())", names_of(K::matrix_method));
+    add_names(out, "Node methods (n.name())", names_of(K::node_method));
+    add_names(out, "Class and mutant methods (c.name())", names_of(K::object_method));
     out += "help(name) or help(\"name\") for one of them; help(\"s.name\") for methods only.";
     return out;
 }

@@ -11,7 +11,9 @@
 namespace ostr::script {
 
 // Where a help text of this layer belongs.
-enum class HelpKind : unsigned char { word, command, string_method, array_method, map_method, matrix_method };
+enum class HelpKind : unsigned char {
+    word, command, string_method, array_method, map_method, matrix_method, node_method, object_method
+};
 
 // One row of this layer's help table: the name, its call form and one line
 // of meaning.

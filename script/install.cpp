@@ -32,6 +32,7 @@ const obj::Object* lookup(Arbenv* env, std::string_view name) {
 // formula, as a free name does.
 bool atom(std::string_view text, Arbenv* env, lang::Value* out) {
     if (container_atom(text, env, out)) return true;
+    if (object_atom(text, env, out)) return true;
     if (string_method_call(text, env, out)) return true;
     std::string_view kw = block_keyword(text);
     if (!kw.empty()) {
@@ -83,6 +84,7 @@ void install() {
         install_string_functions();
         install_help();
     }
+    install_objects();
 }
 
 // The runtime record is made afresh, bottom up: the parts of the layers

@@ -147,6 +147,22 @@ Text assign_variable(std::string_view name, lang::Value&& v, Arbenv* env);
 bool store_value(lang::Value&& v, std::string_view name, Arbenv* env);
 // Calls the user function `name` visible from env, if there is one.
 bool call_function(std::string_view text, std::size_t open, Arbenv* env, lang::Value* out);
+// Runs a definition "name(p1,...)=body" with evaluated arguments in a new
+// scope under `parent`; `self` (taken) is held there as "this". `text` is
+// the call as written, the answer of a body that sets no value.
+lang::Value invoke(std::string_view definition, std::vector<lang::Value>& args, Arbenv* parent, obj::Object* self,
+                   Arbenv* env, std::string_view text);
+// Class definitions (name=class_definition:...;) and member assignments
+// (p.x=...): nothing when `left`/`right` are neither (classes.cpp).
+inline bool defines_class(std::string_view right) noexcept {
+    return right.starts_with("class_definition:") && right.back() == ';';
+}
+std::optional<Text> assign_class_or_member(std::string_view left, std::string_view right, Arbenv* env);
+// Atoms of classes, instances, mutants and nodes: member reads, method
+// calls, instance creation, "this" (classes.cpp).
+bool object_atom(std::string_view text, Arbenv* env, lang::Value* out);
+// Registers the printers, comparisons and built-ins of these objects.
+void install_objects();
 
 // Abort handling: sets the abort text along env and its parents.
 void abort(Arbenv* env, std::string_view reason);

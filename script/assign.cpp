@@ -14,10 +14,14 @@ namespace ostr::script {
 namespace {
 
 
-// Words that would lose their meaning as statements if they held values.
+// Words that would lose their meaning as statements if they held values,
+// and the names of predefined functions: "sin=3" would leave a variable
+// that no call "sin(...)" can reach, so it is refused as an assignment.
 bool reserved(std::string_view name) {
     const StatementWord* w = statement_word(name);
-    return (w && w->reserved) || is_placeholder(name);
+    if ((w && w->reserved) || is_placeholder(name)) return true;
+    const lang::Globals* g = lang::globals();
+    return g && g->builtins.count(name);
 }
 
 }  // namespace

@@ -309,9 +309,13 @@ struct ScriptRun {
 }  // namespace
 
 // A top-level line runs on the deep stack, so that user functions may
-// recurse far deeper than the caller's stack would hold.
+// recurse far deeper than the caller's stack would hold. Handing the line
+// to the worker costs some microseconds; a line without a bracket calls
+// nothing by its text and runs where it is (should it still reach a deep
+// recursion, through a stored formula, the guard of an ordinary stack stops
+// it cleanly).
 Text run_script(std::string_view text, Arbenv* env, bool top_level) {
-    if (!top_level || !env) return run_here(text, env, top_level);
+    if (!top_level || !env || text.find('(') == std::string_view::npos) return run_here(text, env, top_level);
     ScriptRun run{text, env, {}};
     run_on_deep_stack(
         [](void* p) {

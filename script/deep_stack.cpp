@@ -29,10 +29,9 @@ constexpr std::size_t stack_reserve_bytes = std::size_t{32} << 20;
 // far as any thread's stack holds.
 constexpr int ordinary_stack_depth = 256;
 
-std::uintptr_t here() noexcept {
-    char probe = 0;
-    return reinterpret_cast<std::uintptr_t>(&probe);
-}
+// The frame address, not a local's: under the sanitizers a local may live
+// on a heap-allocated fake stack.
+std::uintptr_t here() noexcept { return reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0)); }
 
 }  // namespace
 

@@ -8,17 +8,24 @@ namespace ostr::limits {
 
 // The evaluator's analysis and evaluation recurse once per bracket,
 // operator, condition and re-entry through the hooks; past this many levels
-// together they answer ">invalid_expression<". A level costs a few stack
-// frames, so 1000 stays far inside the stack of any thread (also under the
-// sanitizers), while no expression written by hand comes near it.
+// together they answer ">invalid_expression<". The count starts afresh in
+// the body of each user function call (those are bounded below). A level
+// costs a few stack frames, so 1000 stays far inside the stack of any thread
+// (also under the sanitizers), while no expression written by hand comes
+// near it.
 inline constexpr int evaluation_depth = 1000;
 
 // User function calls and blocks nested in each other (a call counts one,
-// each block one); past it the line aborts with "nesting too deep". Each
-// counts several evaluator levels, and it is lower than evaluation_depth
-// divided by that cost, so runaway recursion aborts the line rather than
-// failing as an invalid expression halfway down.
-inline constexpr int statement_depth = 256;
+// each block one); past it, or past the room of the line's stack, the line
+// aborts with "nesting too deep". A top-level line runs on a stack of its
+// own that holds this depth: a recursive function written as
+// f(n)=if:...,f(n-1); (two levels per call) recurses 50,000 calls deep.
+inline constexpr int statement_depth = 100000;
+
+// Blocks written inside each other in one line ("if:1,if:1,...;;"): past
+// this the line is refused before it runs. Recursion nests blocks at run
+// time only and is bounded by statement_depth instead.
+inline constexpr int block_text_depth = 256;
 
 // Nested blocks analysed together with the block that holds them; deeper
 // ones are analysed when they run. Bounds the work spent ahead of running

@@ -231,6 +231,7 @@ bool syntax_ok(std::string_view t) {
         if (!in(ops::sign_after, x) || !in(ops::needs_operand_before, y)) continue;
         if (y == '=' && in("<>=~", x)) continue;          // <= >= == ~=
         if (opener_kind(x) >= 0 && opener_kind(x) == closer_kind(y)) continue;  // () and :;
+        if (x == ',' && (y == ',' || y == ';')) continue;  // an empty block element runs as return=0
         return false;
     }
     return true;

@@ -235,19 +235,31 @@ std::int64_t ato_l(std::string_view s) noexcept {
 
 namespace {
 std::string_view view(const char* text) { return text ? std::string_view(text) : std::string_view(); }
+
+// The C face reads as strtod does, which skips leading white space (the
+// C locale's " \t\n\v\f\r"). The binary reader skips none, and strtod stops
+// at the "b" of " 0b1", so such a text is no literal.
+std::string_view after_space(const char* text) {
+    std::string_view s = view(text);
+    std::size_t k = s.find_first_not_of(" \t\n\v\f\r");
+    if (k == 0 || k == std::string_view::npos) return k == 0 ? s : std::string_view();
+    s.remove_prefix(k);
+    if (s.size() >= 2 && s[0] == '0' && s[1] == 'b') return "b";
+    return s;
+}
 }  // namespace
 
 extern "C" {
 
 int TestNumericString(const char* text, double* value) noexcept {
     double v;
-    const bool ok = ostr::text::read_number(view(text), v);
+    const bool ok = ostr::text::read_number(after_space(text), v);
     if (value) *value = v;
     return ok;
 }
 
-double AtoF(const char* text) noexcept { return ostr::text::ato_f(view(text)); }
+double AtoF(const char* text) noexcept { return ostr::text::ato_f(after_space(text)); }
 
-int64_t AtoL(const char* text) noexcept { return ostr::text::ato_l(view(text)); }
+int64_t AtoL(const char* text) noexcept { return ostr::text::ato_l(after_space(text)); }
 
 }

@@ -15,10 +15,14 @@ namespace ostr::script {
 namespace {
 
 
-// Words that would lose their meaning as statements if they held values.
+// Words that would lose their meaning as statements if they held values,
+// and the names of predefined functions: "sin=3" would leave a variable
+// that no call "sin(...)" can reach, so it is refused as an assignment.
 bool reserved(std::string_view name) {
     const StatementWord* w = statement_word(name);
-    return (w && w->reserved) || is_placeholder(name);
+    if ((w && w->reserved) || is_placeholder(name)) return true;
+    const lang::Globals* g = lang::globals();
+    return g && g->builtins.count(name);
 }
 
 }  // namespace
@@ -160,11 +164,37 @@ bool store_value(lang::Value&& v, std::string_view name, Arbenv* env) {
 // the imaginary unit.
 bool assignable_name(std::string_view t) { return (t == "i" || lang::scan::is_plain_name(t)) && !reserved(t); }
 
+namespace {
+
+// True when the text holds `name` as a whole name (not inside a longer name
+// or a number such as 1e10).
+bool mentions(std::string_view text, std::string_view name) {
+    for (std::size_t p = text.find(name); p != std::string_view::npos; p = text.find(name, p + 1)) {
+        const std::size_t end = p + name.size();
+        if (lang::scan::name_start(text, end) == p &&
+            (end == text.size() || lang::scan::name_start(text, end + 1) == end + 1))
+            return true;
+    }
+    return false;
+}
+
+// A right side that stays a formula in the assigned name (x=x*1e10 past the
+// largest double keeps the text "x*1e10"; x=x+1 with x unset) would store a
+// value defined by itself while the old value is lost: such an assignment is
+// refused and the old value stays.
+bool defined_by_itself(const lang::Value& v, std::string_view name) {
+    if (v.kind != lang::Value::Kind::formula && v.kind != lang::Value::Kind::pair) return false;
+    return mentions(v.text.re, name) || mentions(v.text.im, name);
+}
+
+}  // namespace
+
 Text assign_variable(std::string_view name, lang::Value&& v, Arbenv* env) {
     if (v.is_error()) {
         if (aborted(env)) return Text(lang::error_word(lang::Error::evaluation_aborted));
         return Text(lang::error_word(v.error));
     }
+    if (defined_by_itself(v, name)) return Text(lang::error_word(lang::Error::invalid_assignment));
     if (!store_value(std::move(v), name, env)) return Text(lang::error_word(lang::Error::invalid_expression));
     return {};
 }
@@ -217,6 +247,15 @@ lang::Value invoke(std::string_view definition, std::vector<lang::Value>& args, 
     if (held) obj::put(scope->objects, "this", held.release());
     for (std::size_t k = 0; k < args.size(); ++k)
         if (!store_value(std::move(args[k]), f->params[k], scope.get())) return lang::Value::failure();
+    // The body's expressions nest from the evaluator's depth zero: how deep
+    // calls go is bounded by the depth guard above and the room of the stack,
+    // not by the evaluator's bound on the nesting of one expression.
+    struct FreshEvaluatorDepth {
+        int& depth = lang::state().depth;
+        int saved = depth;
+        FreshEvaluatorDepth() { depth = 0; }
+        ~FreshEvaluatorDepth() { depth = saved; }
+    } fresh;
     Status st;
     if (f->shape) {
         st = run_body(*f->shape, scope.get());

@@ -252,7 +252,7 @@ lang::Value abort_value(Arbenv* env, std::string_view reason) {
     return lang::Value::failure(lang::Error::evaluation_aborted);
 }
 
-DepthGuard::DepthGuard(Arbenv* env) : ok_(++state().depth <= limits().max_depth) {
+DepthGuard::DepthGuard(Arbenv* env) : ok_(++state().depth <= limits().max_depth && stack_room()) {
     if (!ok_) abort(env, "nesting too deep");
 }
 DepthGuard::~DepthGuard() { --state().depth; }
@@ -296,7 +296,39 @@ bool count_pass(Arbenv* env) {
     return true;
 }
 
+namespace {
+
+Text run_here(std::string_view text, Arbenv* env, bool top_level);
+
+struct ScriptRun {
+    std::string_view text;
+    Arbenv* env;
+    Text result;
+};
+
+}  // namespace
+
+// A top-level line runs on the deep stack, so that user functions may
+// recurse far deeper than the caller's stack would hold. Handing the line
+// to the worker costs some microseconds; a line without a bracket calls
+// nothing by its text and runs where it is (should it still reach a deep
+// recursion, through a stored formula, the guard of an ordinary stack stops
+// it cleanly).
 Text run_script(std::string_view text, Arbenv* env, bool top_level) {
+    if (!top_level || !env || text.find('(') == std::string_view::npos) return run_here(text, env, top_level);
+    ScriptRun run{text, env, {}};
+    run_on_deep_stack(
+        [](void* p) {
+            auto* r = static_cast<ScriptRun*>(p);
+            r->result = run_here(r->text, r->env, true);
+        },
+        &run);
+    return std::move(run.result);
+}
+
+namespace {
+
+Text run_here(std::string_view text, Arbenv* env, bool top_level) {
     if (!env) return word(lang::Error::invalid_expression);
     if (top_level) {
         obj::top_level_of(env)->abort_text.clear();
@@ -310,9 +342,10 @@ Text run_script(std::string_view text, Arbenv* env, bool top_level) {
     if (normalise(text, env, work)) shape = line_of(work);
     if (!shape || !shape->syntax_ok) {
         result = failure(text, env);
-    } else if (shape->block_depth > limits().max_depth) {
-        // Blocks nested past the bound could never run to their end; the
-        // line is refused before anything runs.
+    } else if (shape->block_depth > ostr::limits::block_text_depth) {
+        // Blocks written inside each other past the bound are refused
+        // before anything runs: each level would analyse the rest of the
+        // text again.
         abort(env, "nesting too deep");
         result = failure(text, env);
     } else {
@@ -324,5 +357,7 @@ Text run_script(std::string_view text, Arbenv* env, bool top_level) {
     }
     return result;
 }
+
+}  // namespace
 
 }  // namespace ostr::script

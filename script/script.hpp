@@ -169,7 +169,18 @@ void abort(Arbenv* env, std::string_view reason);
 bool aborted(const Arbenv* env) noexcept;
 lang::Value abort_value(Arbenv* env, std::string_view reason);
 
-// Nesting of user calls and blocks; past the limit the line is aborted.
+// Runs fn(arg) on a thread with a stack for deep recursion, and waits for
+// it; an exception of fn comes back through here. Where no such thread can
+// be made, or the caller already runs on one, fn runs on the caller's
+// stack.
+void run_on_deep_stack(void (*fn)(void*), void* arg);
+// True while the stack under way has room for one more level of user calls
+// and blocks: on the deep stack, room above its reserve; elsewhere, a depth
+// that any thread's stack holds.
+bool stack_room() noexcept;
+
+// Nesting of user calls and blocks; past the limit, or the room of the
+// stack, the line is aborted.
 class DepthGuard {
 public:
     explicit DepthGuard(Arbenv* env);

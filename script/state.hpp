@@ -19,6 +19,11 @@ struct Arguments;
 struct LineShape;
 struct Chain;
 
+class DeepStack;  // the worker thread that runs top-level lines (deep_stack.cpp)
+struct DeepStackDeleter {
+    void operator()(DeepStack* d) const noexcept;
+};
+
 struct State {
     // Shapes by text, bodies [0] and blocks [1] apart (4 MiB each).
     lang::TextCache<Shape> shapes[2] = {lang::TextCache<Shape>(std::size_t{4} << 20),
@@ -29,6 +34,8 @@ struct State {
     lang::TextCache<Chain> chains{std::size_t{4} << 20};     // access chains (a[i], a.m(x)) by text
     int analysis_depth = 0;  // nested block analyses under way
     int depth = 0;           // user calls and blocks nested together
+    std::uintptr_t stack_floor = 0;  // lowest stack address a line may reach; 0 off the deep stack
+    std::unique_ptr<DeepStack, DeepStackDeleter> deep_stack;  // made by the first top-level line
     std::uint64_t passes = 0;  // loop passes of the top-level line
     double line_start = 0;     // when the top-level line began, in seconds
     bool line_running = false; // a top-level line is under way (its time counts)

@@ -60,7 +60,7 @@ TEST(Scan, SyntaxRows) {
         {"a[]", false}, {"1...2", false}, {"1..2", true}, {"1+*2", false}, {"1**2", false},
         {"1<=2", true}, {"1>=2", true}, {"1==2", true}, {"1~=2", true}, {"1<-2", true}, {"1<<2", false},
         {"1<>2", false}, {"()", true}, {"f()", true}, {"if:;", true}, {"1+", false}, {"2*", false},
-        {"~1", true}, {"~~1", true}, {"1~", false}, {"*1", false}, {"!1", false}, {"1,,2", false},
+        {"~1", true}, {"~~1", true}, {"1~", false}, {"*1", false}, {"!1", false}, {"1,,2", true}, {"if:1,;", true}, {"if:1,,2;", true}, {",;", false},
         {"(,1)", false}, {"1+)", false}, {"(1+)", false}, {"3!", true}, {"3!!", true}, {"1+!2", false},
         {"2*-3", true}, {"--3", true}, {"a=-1", true}, {"1&|0", false}, {"1|~0", true}, {"@x", true},
         {"x@", false}, {"1+=2", false}, {".5", true}, {"[1,2]", true},

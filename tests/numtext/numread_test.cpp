@@ -179,6 +179,25 @@ TEST(NumRead, AtoFReadsBinaryAsZeroAndRejectsWithNaN) {
     EXPECT_EQ(TestNumericString("1", nullptr), 1);
 }
 
+// The C face skips leading white space as strtod does; nothing else.
+TEST(NumRead, TheCFaceSkipsLeadingWhiteSpaceAsStrtodDoes) {
+    const std::pair<const char*, double> accepted[] = {
+        {" 12", 12}, {"\t\n-1.5", -1.5}, {"\v\f\r0x10", 16}, {"  2.5E-3", 0.0025},
+    };
+    for (const auto& [text, want] : accepted) {
+        double v = -1;
+        EXPECT_EQ(TestNumericString(text, &v), 1) << text;
+        EXPECT_EQ(v, want) << text;
+        EXPECT_EQ(AtoF(text), want) << text;
+    }
+    EXPECT_EQ(AtoL(" 42"), 42);
+    for (const char* text : {" ", "12 ", " 0b101", " 1e999", " inf", "\xA0" "12", " 1 2"}) {
+        double v = -1;
+        EXPECT_EQ(TestNumericString(text, &v), 0) << text;
+        EXPECT_TRUE(std::isnan(AtoF(text))) << text;
+    }
+}
+
 TEST(NumRead, AtoLIsExactForIntegersAndClampsTheRest) {
     const std::pair<const char*, std::int64_t> rows[] = {
         {"42", 42}, {"+7", 7}, {"-0", 0}, {"9007199254740993", 9007199254740993},

@@ -61,5 +61,12 @@ Value integral(const Call& call, std::span<Value> values);
 Value root(const Call& call, std::span<Value> values);
 Value deriv(const Call& call, std::span<Value> values);
 
+// The ones that answer lists, as arrays (builtins_lists.cpp).
+Value primes_list(const Call& call, std::span<Value> values);
+Value divisors_list(const Call& call, std::span<Value> values);
+Value prime_factors_list(const Call& call, std::span<Value> values);
+Value combine(const Call& call, std::span<Value> values);
+Value permute(const Call& call, std::span<Value> values);
+
 }  // namespace builtin
 }  // namespace ostr::lang

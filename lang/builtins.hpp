@@ -68,5 +68,10 @@ Value prime_factors_list(const Call& call, std::span<Value> values);
 Value combine(const Call& call, std::span<Value> values);
 Value permute(const Call& call, std::span<Value> values);
 
+// Number bases (builtins_bases.cpp).
+Value binary_text(const Call& call, std::span<Value> values);
+Value hexadecimal_text(const Call& call, std::span<Value> values);
+Value decimal_value(const Call& call, std::span<Value> values);
+
 }  // namespace builtin
 }  // namespace ostr::lang

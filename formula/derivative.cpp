@@ -523,6 +523,53 @@ Derivative derivative(std::string_view expression, std::string_view variable) {
     });
 }
 
+namespace {
+
+// The value of e at variable = 0; NaN when e holds another name or a call.
+double at_zero(const E& e, std::string_view x) {
+    switch (e->k) {
+    case K::num: return e->v;
+    case K::name: return e->s == x ? 0 : NAN;
+    case K::call: return NAN;
+    case K::add: {
+        double r = 0;
+        for (const E& c : e->a) r += at_zero(c, x);
+        return r;
+    }
+    case K::mul: {
+        double r = 1;
+        for (const E& c : e->a) r *= at_zero(c, x);
+        return r;
+    }
+    case K::pow: return std::pow(at_zero(e->a[0], x), at_zero(e->a[1], x));
+    }
+    return NAN;
+}
+
+}  // namespace
+
+// c_k = p^(k)(0)/k!: each round takes one derivative divided by k+1, so no
+// factorial is formed.
+std::vector<double> polynomial(std::string_view expression, std::string_view variable, int max_degree) {
+    std::vector<double> c;
+    try {
+        Algebra al;
+        E e = Reader(al, expression).root();
+        Differentiator d(al, variable);
+        for (int k = 0; k <= max_degree + 1; ++k) {
+            if (is_num(e, 0)) return c;
+            if (k > max_degree) return {};
+            const double v = at_zero(e, variable);
+            if (!std::isfinite(v)) return {};
+            c.push_back(v);
+            e = al.mul({al.num(1.0 / (k + 1)), d.d(e)});
+            if (d.estimated) return {};
+        }
+    } catch (const Failure&) {
+    }
+    return {};
+}
+
 Derivative simplified(std::string_view expression) {
     return run([&](Algebra& al, Derivative&) { return Reader(al, expression).root(); });
 }

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <string_view>
+#include <vector>
 
 #include "core/memory.hpp"
 
@@ -38,5 +39,11 @@ Derivative derivative(std::string_view expression, std::string_view variable);
 // The expression read and written back through the same simplifier, so a
 // test can compare a derivative with a hand-written formula.
 Derivative simplified(std::string_view expression);
+
+// The coefficients c0, c1, ... of a polynomial in `variable` whose other
+// parts are numbers, lowest power first; found by differentiating and
+// putting in 0, so any way of writing it works ((x-1)^3*x). Empty when the
+// expression is not such a polynomial of degree at most max_degree.
+std::vector<double> polynomial(std::string_view expression, std::string_view variable, int max_degree);
 
 }  // namespace ostr::formula

@@ -68,6 +68,13 @@ Value prime_factors_list(const Call& call, std::span<Value> values);
 Value combine(const Call& call, std::span<Value> values);
 Value permute(const Call& call, std::span<Value> values);
 
+// Roots, peaks, fits and times (builtins_roots.cpp).
+Value find_roots(const Call& call, std::span<Value> values);
+Value find_peaks(const Call& call, std::span<Value> values);
+Value complex_roots(const Call& call, std::span<Value> values);
+Value polynomial_fit(const Call& call, std::span<Value> values);
+Value hms_time(const Call& call, std::span<Value> values);
+
 // Number bases (builtins_bases.cpp).
 Value binary_text(const Call& call, std::span<Value> values);
 Value hexadecimal_text(const Call& call, std::span<Value> values);

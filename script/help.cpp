@@ -28,7 +28,7 @@ constexpr HelpText texts[] = {
     {K::word, "break", "break", "leaves the innermost for or while loop"},
     {K::word, "private", "private:statements;", "runs its statements in order"},
     {K::command, "help", "help(name)", "the help of a name; help() lists the topics"},
-    {K::command, "sigdigits", "sigdigits(n)", "shows numbers with n significant digits, n from 1 to 15; sigdigits() answers n"},
+    {K::command, "sigdigits", "sigdigits(n)", "shows numbers with n significant digits, n from 1 to 15"},
     {K::command, "export", "export(\"FILE\")", "writes the session's names to FILE; answers how many"},
     {K::command, "import", "import(\"FILE\")", "merges the names of FILE into the session; answers how many"},
     {K::command, "text", "text(x)", "what the console shows for x, as a string"},

@@ -130,7 +130,8 @@ ListStatus primes_between(u64 a, u64 b, std::size_t limit, std::vector<u64>& out
         const u64 span = std::min<u64>(segment_bytes, (b - lo) / 2 + 1);
         const u64 hi = lo + 2 * (span - 1);
         std::fill(sieve.begin(), sieve.begin() + static_cast<std::ptrdiff_t>(span), 1);
-        for (std::size_t k = 0; k < base.size(); ++k) {
+        // Base primes past sqrt(hi) have nothing to cross off here yet.
+        for (std::size_t k = 0; k < base.size() && u64{base[k]} * base[k] <= hi; ++k) {
             u64 m = next[k];
             const u64 step = 2 * u64{base[k]};
             for (; m <= hi; m += step) sieve[(m - lo) / 2] = 0;

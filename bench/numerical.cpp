@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <random>
 #include <sstream>
 #include <string>
@@ -21,12 +22,24 @@ namespace {
 // Milliseconds that gp reports for a script that prints getabstime()
 // differences; -1 when gp cannot be run.
 double gp_ms(const std::string& script) {
-    std::string cmd = "echo '" + script + "' | gp -q -f --default parisizemax=2000000000 2>/dev/null";
+    // Through a file: a script with 10^4 numbers is too long for one line
+    // of the shell.
+    char path[] = "/tmp/ostr_gp_XXXXXX";
+    const int fd = mkstemp(path);
+    if (fd < 0) return -1;
+    FILE* f = fdopen(fd, "w");
+    if (!f) return -1;
+    std::fputs(script.c_str(), f);
+    std::fputc('\n', f);
+    std::fclose(f);
+    const std::string cmd = std::string("gp -q -f --default parisizemax=2000000000 < ") + path + " 2>/dev/null";
     FILE* p = popen(cmd.c_str(), "r");
-    if (!p) return -1;
     double ms = -1;
-    if (std::fscanf(p, "%lf", &ms) != 1) ms = -1;
-    pclose(p);
+    if (p) {
+        if (std::fscanf(p, "%lf", &ms) != 1) ms = -1;
+        pclose(p);
+    }
+    std::remove(path);
     return ms;
 }
 

@@ -61,5 +61,24 @@ Value integral(const Call& call, std::span<Value> values);
 Value root(const Call& call, std::span<Value> values);
 Value deriv(const Call& call, std::span<Value> values);
 
+// The ones that answer lists, as arrays (builtins_lists.cpp).
+Value primes_list(const Call& call, std::span<Value> values);
+Value divisors_list(const Call& call, std::span<Value> values);
+Value prime_factors_list(const Call& call, std::span<Value> values);
+Value combine(const Call& call, std::span<Value> values);
+Value permute(const Call& call, std::span<Value> values);
+
+// Roots, peaks, fits and times (builtins_roots.cpp).
+Value find_roots(const Call& call, std::span<Value> values);
+Value find_peaks(const Call& call, std::span<Value> values);
+Value complex_roots(const Call& call, std::span<Value> values);
+Value polynomial_fit(const Call& call, std::span<Value> values);
+Value hms_time(const Call& call, std::span<Value> values);
+
+// Number bases (builtins_bases.cpp).
+Value binary_text(const Call& call, std::span<Value> values);
+Value hexadecimal_text(const Call& call, std::span<Value> values);
+Value decimal_value(const Call& call, std::span<Value> values);
+
 }  // namespace builtin
 }  // namespace ostr::lang

@@ -231,10 +231,4 @@ Value root(const Call& call, std::span<Value>) {
     return written({x, 0}, call);
 }
 
-// Recognised and kept as its text until symbolic differentiation arrives.
-Value deriv(const Call& call, std::span<Value>) {
-    if (call.args.empty() || malformed(call)) return Value::failure();
-    return Value::formula_of(Text(call.text));
-}
-
 }  // namespace ostr::lang::builtin

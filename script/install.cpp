@@ -51,8 +51,11 @@ bool atom(std::string_view text, Arbenv* env, lang::Value* out) {
     return true;
 }
 
-// sigdigits(n): the count of significant digits shown, 1 to 15.
+// sigdigits(n): the count of significant digits shown, 1 to 15;
+// sigdigits() answers the count.
 lang::Value sigdigits(std::span<lang::Value> args, Arbenv* env) {
+    if (args.empty()) return lang::Value::number({static_cast<double>(env->significant_digits), 0});
+    if (args.size() > 1) return lang::Value::failure();
     const lang::Value& a = args[0];
     if (a.kind != lang::Value::Kind::number || a.num.im != 0 || a.num.re != std::floor(a.num.re) ||
         a.num.re < 1 || a.num.re > 15)
@@ -78,7 +81,7 @@ void install() {
     if (lang::globals()) {
         t.types[obj::string].binary[obj::string] = string_arithmetic;
         t.types[obj::string].binary[obj::numeric] = t.types[obj::numeric].binary[obj::string] = string_arithmetic;
-        lang::register_builtin("sigdigits(1)", sigdigits);
+        lang::register_builtin("sigdigits()", sigdigits);
         install_environment_files();
         install_plots();
         install_string_functions();

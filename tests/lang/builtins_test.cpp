@@ -31,13 +31,17 @@ TEST_F(Builtins, EveryNameIsRegisteredWithItsArityAndHelp) {
         EXPECT_EQ(h.form.substr(0, name.size() + 1), name + "(") << name;
     }
     EXPECT_EQ(names.size(), g->builtins.size());
-    EXPECT_EQ(names.size(), 51u);
+    EXPECT_EQ(names.size(), 64u);
     EXPECT_EQ(lang::find_help("nosuch"), nullptr);
 }
 
 TEST_F(Builtins, EveryHelpExampleGivesItsAnswer) {
+    // Arrays are written by the statement layer: tests/script/help_test.cpp
+    // checks the examples that answer one.
     for (const lang::HelpEntry& h : lang::help_entries())
-        EXPECT_EQ(answer(h.example), std::string(h.answer)) << h.example;
+        if (!h.answer.starts_with("[")) {
+            EXPECT_EQ(answer(h.example), std::string(h.answer)) << h.example;
+        }
 }
 
 // Values are checked against mpmath in reference_test.cpp and the examples

@@ -65,6 +65,16 @@ TEST_F(Help, TopicsNameEveryEntry) {
     }
 }
 
+TEST_F(Help, ExamplesThatAnswerArraysHold) {
+    int arrays = 0;
+    for (const lang::HelpEntry& e : lang::help_entries())
+        if (e.answer.starts_with("[")) {
+            EXPECT_EQ(run(e.example), std::string(e.answer)) << e.example;
+            ++arrays;
+        }
+    EXPECT_GE(arrays, 5);
+}
+
 // A built-in registered without help, or a help row for a method that does
 // not exist, fails here.
 TEST_F(Help, TableMatchesWhatIsRegistered) {

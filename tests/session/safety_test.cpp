@@ -38,7 +38,7 @@ TEST(Safety, AWriteBeyondTheFileSizeLimitIsAFailureNotADeath) {
     write_file(s / state_name, state_with_x("1"));
     const std::string before = s.state();
     // The string is built by a loop, so no long echo reaches the output.
-    const std::string big = "big=\"bbbbbbbbbbbbbbbb\",for:j=1,j<19,j=j+1,big=big+big;\n";
+    const std::string big = "huge=\"bbbbbbbbbbbbbbbb\",for:j=1,j<19,j=j+1,huge=huge+huge;\n";
     Outcome r = s.run(big + "x=2\n\n", "", "ulimit -f 100;");
     EXPECT_EQ(r.code, 1);
     EXPECT_TRUE(r.out.ends_with(msg_save_failed)) << r.out.substr(r.out.size() > 200 ? r.out.size() - 200 : 0);

@@ -178,11 +178,11 @@ TEST(StateFile, TheLatestRejectedFileIsKept) {
 TEST(StateFile, SessionsFindEveryKindOfDefinitionAgain) {
     Scratch s;
     s.run("n=-2.5\nc=1-2*i\nf=a*b+1\nt=\"two words\"\nsq(x)=x*x\nh(x,y)=x*y-1\n"
-          "sigdigits(6)\nbig=123456789\n\n");
+          "sigdigits(6)\nlarge=123456789\n\n");
     // Twice: once from the tree built at exit, once from the tree that was
     // loaded and saved again.
     for (int pass = 0; pass < 2; ++pass) {
-        Outcome r = s.run("n\nc\nf\nt\nsq(3)\nh(2,5)\nbig\npi\n\n");
+        Outcome r = s.run("n\nc\nf\nt\nsq(3)\nh(2,5)\nlarge\npi\n\n");
         EXPECT_EQ(r.out, transcript({"-2.5", "1-2*i", "a*b+1", "\"two words\"", "9", "9", "1.23457E+8", "3.14159"}))
             << pass;
         EXPECT_EQ(r.code, 0);

@@ -32,19 +32,6 @@ Value element_op(Value& l, Value& r, char op, Arbenv* env) {
     return out;
 }
 
-// An element value as an item a matrix may hold: a number or a formula.
-bool put(Value&& v, obj::Item& slot) {
-    obj::Item it;
-    if (!to_item(v, it)) return false;
-    if (it.obj && it.obj->tag != obj::algebraic) {
-        obj::free_item(it);
-        return false;
-    }
-    obj::free_item(slot);
-    slot = it;
-    return true;
-}
-
 Value scalar_copy(const Value& v) {
     if (v.kind == Value::Kind::number) return Value::number(v.num);
     Value c = Value::formula_of(v.text.re, v.text.im);
@@ -64,7 +51,7 @@ Value elementwise(const Value& l, const Value& r, char op, Arbenv* env) {
     for (std::size_t k = 0; k < out->items.size(); ++k) {
         Value x = a ? item_value(a->items[k]) : scalar_copy(l);
         Value y = b ? item_value(b->items[k]) : scalar_copy(r);
-        if (!put(element_op(x, y, op, env), out->items[k])) return Value::failure();
+        if (!put_element(element_op(x, y, op, env), out->items[k])) return Value::failure();
     }
     return matrix_value(out.release());
 }
@@ -86,7 +73,7 @@ Value symbolic_product(const obj::MatrixValue& a, const obj::MatrixValue& b, Arb
                 acc = element_op(acc, p, '+', env);
                 if (acc.is_error()) return acc;
             }
-            if (!put(std::move(acc), out->at(i, j))) return Value::failure();
+            if (!put_element(std::move(acc), out->at(i, j))) return Value::failure();
         }
     return matrix_value(out.release());
 }
@@ -128,7 +115,7 @@ Value with_vector(const obj::MatrixValue& m, const obj::ArrayValue& v, bool matr
     BlockPtr vec = matrix_left ? new_block(n, 1) : new_block(1, n);
     if (!vec) return Value::failure();
     for (std::size_t k = 0; k < n; ++k)
-        if (!put(item_value(v.items[k]), vec->items[k])) return Value::failure();
+        if (!put_element(item_value(v.items[k]), vec->items[k])) return Value::failure();
     Value p = matrix_left ? matrix_product(m, *vec, env) : matrix_product(*vec, m, env);
     if (!is_matrix(p)) return p;
     const obj::MatrixValue& r = *block(p);
@@ -255,6 +242,18 @@ Value negated_matrix(Value& v) {
     if (!is_matrix(v)) return Value::failure();
     Value zero = Value::number({0, 0});
     return elementwise(zero, v, '-', nullptr);
+}
+
+bool put_element(Value&& v, obj::Item& slot) {
+    obj::Item it;
+    if (!to_item(v, it)) return false;
+    if (it.obj && it.obj->tag != obj::algebraic) {
+        obj::free_item(it);
+        return false;
+    }
+    obj::free_item(slot);
+    slot = it;
+    return true;
 }
 
 void fill_matrix_pairs(obj::TypeTable& types) {

@@ -41,6 +41,11 @@ Value matrix_power(const obj::MatrixValue& m, long long k, Arbenv* env);
 // number or formula on either side.
 Value elementwise(const Value& l, const Value& r, char op, Arbenv* env);
 
+// An element value as an item a matrix may hold (a number, or a formula:
+// an algebraic object; arrays, strings and maps may not), put into `slot`
+// in place of what it held; false, with `slot` untouched, otherwise.
+bool put_element(Value&& v, obj::Item& slot);
+
 void fill_matrix_pairs(obj::TypeTable& types);
 // -m: every element negated.
 Value negated_matrix(Value& v);

@@ -20,20 +20,6 @@ using BlockPtr = std::unique_ptr<obj::MatrixValue, void (*)(void*)>;
 
 bool is_matrix_object(const obj::Object* o) noexcept { return o && o->value && o->tag == obj::matrix; }
 
-// An element a matrix may hold: a number, or a formula (an algebraic
-// object); arrays, strings and maps may not.
-bool element(Value&& v, obj::Item& slot) {
-    obj::Item it;
-    if (!lang::to_item(v, it)) return false;
-    if (it.obj && it.obj->tag != obj::algebraic) {
-        obj::free_item(it);
-        return false;
-    }
-    obj::free_item(slot);
-    slot = it;
-    return true;
-}
-
 // Rows from arrays of one length; null (with `too_big` set past the bound)
 // when they are ragged, empty or hold what a matrix may not.
 obj::MatrixValue* from_rows(std::span<const obj::ArrayValue* const> rows, bool& too_big) {
@@ -46,7 +32,7 @@ obj::MatrixValue* from_rows(std::span<const obj::ArrayValue* const> rows, bool& 
     for (std::size_t i = 0; i < rows.size(); ++i) {
         if (rows[i]->items.size() != c) return nullptr;
         for (std::size_t j = 0; j < c; ++j)
-            if (!element(lang::item_value(rows[i]->items[j]), m->at(i, j))) return nullptr;
+            if (!lang::put_element(lang::item_value(rows[i]->items[j]), m->at(i, j))) return nullptr;
     }
     return m.release();
 }
@@ -233,14 +219,14 @@ std::optional<Text> assign_matrix_element(std::string_view left, std::string_vie
         BlockPtr row(obj::new_matrix(1, shape.cols), obj::release_matrix);
         if (!row) return word(lang::Error::invalid_expression);
         for (std::size_t c = 0; c < shape.cols; ++c)
-            if (!element(lang::item_value(items[c]), row->items[c])) return word(lang::Error::invalid_expression);
+            if (!lang::put_element(lang::item_value(items[c]), row->items[c])) return word(lang::Error::invalid_expression);
         obj::MatrixValue* m = obj::writable_matrix(o);
         if (!m) return word(lang::Error::invalid_expression);
         for (std::size_t c = 0; c < shape.cols; ++c) std::swap(m->at(i, c), row->items[c]);
         return Text();
     }
     obj::Item it;
-    if (!element(std::move(v), it)) return word(lang::Error::invalid_expression);
+    if (!lang::put_element(std::move(v), it)) return word(lang::Error::invalid_expression);
     obj::MatrixValue* m = obj::writable_matrix(o);
     if (!m) {
         obj::free_item(it);

@@ -8,6 +8,8 @@
 #include <optional>
 #include <span>
 #include <string_view>
+#include <type_traits>
+#include <vector>
 
 #include "lang/matrices.hpp"
 #include "script/containers.hpp"
@@ -36,6 +38,23 @@ int matrix_compare(const lang::Value& a, const lang::Value& b, lang::ops::Cond c
 
 // The methods of matrices, looked up by name; null for an unknown name.
 const MethodRow* matrix_method(std::string_view name) noexcept;
+
+// An array of the numbers xs (real, or complex as la::cplx).
+template <class T>
+lang::Value number_array(const std::vector<T>& xs) {
+    obj::ArrayValue* a = obj::new_array();
+    lang::Value out = lang::array_value(a);
+    if (out.is_error()) return out;
+    for (const T& x : xs) {
+        obj::Item it;
+        if constexpr (std::is_same_v<T, la::cplx>)
+            it.num = {x.real() + 0.0, x.imag() + 0.0};
+        else
+            it.num = {x + 0.0, 0};
+        a->items.push_back(it);
+    }
+    return out;
+}
 
 // The printer, comparison and constructors, at start-up.
 void install_matrices();

@@ -37,31 +37,6 @@ bool integer(const Value& v, long long& k) {
     return true;
 }
 
-template <class T>
-Value numbers(const std::vector<T>& xs) {
-    obj::ArrayValue* a = obj::new_array();
-    Value out = lang::array_value(a);
-    if (out.is_error()) return out;
-    for (const T& x : xs) {
-        obj::Item it;
-        if constexpr (std::is_same_v<T, cplx>)
-            it.num = {x.real() + 0.0, x.imag() + 0.0};
-        else
-            it.num = {x + 0.0, 0};
-        a->items.push_back(it);
-    }
-    return out;
-}
-
-// An item for a matrix from a value: numbers and formulas only.
-bool element(Value&& v, obj::Item& slot) {
-    obj::Item it;
-    if (!lang::to_item(v, it)) return false;
-    if (it.obj && it.obj->tag != obj::algebraic) return obj::free_item(it), false;
-    obj::free_item(slot);
-    slot = it;
-    return true;
-}
 
 // The items of an argument that adds `n` elements along a row or column:
 // an array of n elements, or a matrix whose rows (or columns) are n long.
@@ -211,14 +186,14 @@ Value m_elem(obj::Object* self, std::span<Value> args, Arbenv*, std::uint32_t) {
     const std::size_t i = position(args[0], m.rows), j = position(args[1], m.cols);
     if (i == std::string_view::npos || j == std::string_view::npos) return fail();
     if (args.size() == 2) return lang::item_value(m.at(i, j));
-    return element(std::move(args[2]), m.at(i, j)) ? self_value(self) : fail();
+    return lang::put_element(std::move(args[2]), m.at(i, j)) ? self_value(self) : fail();
 }
 
 Value m_size(obj::Object* self, std::span<Value>, Arbenv*, std::uint32_t) {
     return number(static_cast<double>(mat(self).items.size()));
 }
 Value m_dims(obj::Object* self, std::span<Value>, Arbenv*, std::uint32_t) {
-    return numbers(std::vector<double>{static_cast<double>(mat(self).rows), static_cast<double>(mat(self).cols)});
+    return number_array(std::vector<double>{static_cast<double>(mat(self).rows), static_cast<double>(mat(self).cols)});
 }
 
 Value binary(obj::Object* self, Value& b, char op, Arbenv* env) {

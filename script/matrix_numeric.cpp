@@ -37,22 +37,6 @@ Value result(la::Status s, const la::Dense<T>& d, Arbenv* env) {
     return s == la::Status::ok ? lang::matrix_value(lang::block_of(d)) : failed(s, env);
 }
 
-template <class T>
-Value numbers(const std::vector<T>& xs) {
-    obj::ArrayValue* a = obj::new_array();
-    Value out = lang::array_value(a);
-    if (out.is_error()) return out;
-    for (const T& x : xs) {
-        obj::Item it;
-        if constexpr (std::is_same_v<T, cplx>)
-            it.num = {x.real() + 0.0, x.imag() + 0.0};
-        else
-            it.num = {x + 0.0, 0};
-        a->items.push_back(it);
-    }
-    return out;
-}
-
 bool which(const Value& v, long long lo, long long hi, long long& k) {
     if (v.kind != Value::Kind::number || v.num.im != 0 || v.num.re != std::floor(v.num.re) || v.num.re < lo ||
         v.num.re > hi)
@@ -249,7 +233,7 @@ Value matrix_eigvals(obj::Object* self, std::span<Value>, Arbenv* env, std::uint
     if (m.rows != m.cols || kind(self) != Elements::real) return fail();
     std::vector<cplx> w;
     if (la::Status st = sorted_eigenvalues(lang::real_dense(m), w); st != la::Status::ok) return failed(st, env);
-    return numbers(w);
+    return number_array(w);
 }
 
 // eigvecs(): unit eigenvectors as columns, in the order of eigvals();
@@ -316,7 +300,7 @@ Value matrix_solve(obj::Object* self, std::span<Value> args, Arbenv* env, std::u
     if (!vector || !lang::is_matrix(x)) return x;
     std::vector<cplx> col;
     for (const obj::Item& it : obj::matrix_of(x.obj.get())->items) col.emplace_back(it.num.re, it.num.im);
-    return numbers(col);
+    return number_array(col);
 }
 
 // norm(): the 2-norm (largest singular value); norm(1) the largest column
@@ -387,7 +371,7 @@ Value matrix_svd(obj::Object* self, std::span<Value> args, Arbenv* env, std::uin
     RMat u, v;
     la::Status st = la::svd(lang::real_dense(m), s, part == 1 ? &u : nullptr, part == 3 ? &v : nullptr);
     if (st != la::Status::ok) return failed(st, env);
-    if (part == 0) return numbers(s);
+    if (part == 0) return number_array(s);
     if (part == 1) return result(st, u, env);
     if (part == 3) return result(st, v, env);
     RMat d(s.size(), s.size());

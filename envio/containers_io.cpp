@@ -50,6 +50,8 @@ void put_item(Text& out, const obj::Item& it) {
         out.push_back(static_cast<char>(number));
         put_raw(out, it.obj->value, sizeof(Complex));
         return;
+    case obj::matrix:
+    case obj::bignum:
     case obj::node:
     case obj::mutant:
     case obj::class_definition:

@@ -103,6 +103,8 @@ bool storable(const Object* o) noexcept {
     case numeric: return true;
     case array:
     case map:
+    case matrix:
+    case bignum:
     case node:
     case mutant:
     case class_definition:

@@ -169,17 +169,21 @@ std::string record_of(Arbenv* env) {
 // The lines whose values must come back alike through the stream.
 constexpr const char* saved_lines[] = {
     "e1=[]", "e2=map:0;", "a=[1,-2.5+i,x^2+1,\"q\\\"\\\\\\n\",[[]],map:\"k\"=[1,2],1=\"\";]",
-    "many=array:3000;", "m=map:\"x\"=map:\"y\"=[map:0;];,2+3*i=4;", "t=\"s\""};
+    "many=array:3000;", "m=map:\"x\"=map:\"y\"=[map:0;];,2+3*i=4;", "t=\"s\"",
+    "h=[matrix:[1,2],[3,4];,big(2)^80,map:\"k\"=big(3);]"};
 
 TEST_F(Containers, EveryKindTravelsThroughTheStream) {
     for (const char* l : saved_lines) run(l);
     const std::string r = record_of(env);
     Arbenv* back = envio::read_body(r, false);
     ASSERT_NE(back, nullptr);
-    for (const char* name : {"e1", "e2", "a", "m", "many.size()", "a[5][1].size()", "a[6][\"k\"][2]", "a[4]"}) {
+    for (const char* name : {"e1", "e2", "a", "m", "many.size()", "a[5][1].size()", "a[6][\"k\"][2]", "a[4]", "h"}) {
         Text x = script::run_script(name, env, true), y = script::run_script(name, back, true);
         EXPECT_EQ(x, y) << name;
     }
+    // Matrices and big numbers are elements like any other value.
+    EXPECT_EQ(script::run_script("h[2]+1", back, true), "1208925819614629174706177");
+    EXPECT_EQ(script::run_script("h[1]", back, true), "matrix:[1,2],[3,4];");
     EXPECT_EQ(record_of(back), r);  // and writes the same bytes again
     obj::free_environment(back);
 }

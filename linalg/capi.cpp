@@ -266,6 +266,28 @@ Complex** EigenvectorsM(double** a) noexcept {
         static_cast<Complex**>(nullptr));
 }
 
+Complex* EigenvaluesMC(Complex** a) noexcept {
+    return guarded(
+        [&]() -> Complex* {
+            auto d = complex(a);
+            std::vector<cplx> w;
+            return d && eigenvalues(*d, w) == Status::ok ? out(w) : nullptr;
+        },
+        static_cast<Complex*>(nullptr));
+}
+
+Complex** EigenvectorsMC(Complex** a) noexcept {
+    return guarded(
+        [&]() -> Complex** {
+            auto d = complex(a);
+            std::vector<cplx> w;
+            CMat v;
+            if (!d || eigenvalues(*d, w) != Status::ok || eigenvectors(*d, w, v) != Status::ok) return nullptr;
+            return out(v);
+        },
+        static_cast<Complex**>(nullptr));
+}
+
 double* SingularValuesM(double** a) noexcept {
     return guarded(
         [&]() -> double* {

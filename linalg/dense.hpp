@@ -94,6 +94,11 @@ Status eigenvalues(const RMat& a, std::vector<cplx>& w);
 // (two steps from a fixed start), each column normalised to unit 2-norm with
 // its largest component real and positive.
 Status eigenvectors(const RMat& a, const std::vector<cplx>& w, CMat& v);
+// The same for a general complex matrix: unitary Householder reduction to
+// Hessenberg form, then the single-shift QR iteration with Wilkinson shifts;
+// the eigenvectors by the same inverse iteration.
+Status eigenvalues(const CMat& a, std::vector<cplx>& w);
+Status eigenvectors(const CMat& a, const std::vector<cplx>& w, CMat& v);
 
 // Singular value decomposition A = U·diag(s)·Vᵀ with s descending, U m×k,
 // V n×k, k = min(m, n). With vectors: one-sided Jacobi rotations (Hestenes),

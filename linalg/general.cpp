@@ -197,16 +197,6 @@ Status hqr(RMat& h, std::vector<cplx>& w) {
     return Status::ok;
 }
 
-double norm1(const RMat& a) {
-    double m = 0;
-    for (std::size_t j = 0; j < a.cols; ++j) {
-        double s = 0;
-        for (std::size_t i = 0; i < a.rows; ++i) s += std::abs(a(i, j));
-        m = std::max(m, s);
-    }
-    return m;
-}
-
 }  // namespace
 
 Status eigenvalues(const RMat& a, std::vector<cplx>& w) {
@@ -219,44 +209,10 @@ Status eigenvalues(const RMat& a, std::vector<cplx>& w) {
 }
 
 Status eigenvectors(const RMat& a, const std::vector<cplx>& w, CMat& v) {
-    const std::size_t n = a.rows;
-    if (!a.square() || w.size() != n) return Status::size_mismatch;
-    v = CMat(n, n);
-    const double scale = std::max(norm1(a), 1e-300);
-    for (std::size_t k = 0; k < n; ++k) {
-        if (core::should_stop()) return Status::stopped;
-        // A shift a few ulps of ‖A‖ away from λ keeps A - λI invertible
-        // while the solve still amplifies the eigenvector by about 1/shift.
-        LU<cplx> lu;
-        double delta = 4 * eps * scale;
-        for (int attempt = 0; attempt < 4; ++attempt, delta *= 1024) {
-            CMat b(n, n);
-            for (std::size_t i = 0; i < n; ++i)
-                for (std::size_t j = 0; j < n; ++j) b(i, j) = a(i, j);
-            for (std::size_t i = 0; i < n; ++i) b(i, i) -= w[k] + cplx(delta, 0);
-            if (lu_factor(std::move(b), lu) == Status::ok) break;
-        }
-        if (lu.singular) return Status::singular;
-        CMat x(n, 1), y;
-        for (std::size_t i = 0; i < n; ++i) x(i, 0) = 1.0 + 1.0 / static_cast<double>(i + 2);
-        for (int step = 0; step < 3; ++step) {
-            if (Status s = lu_solve(lu, x, y); s != Status::ok) return s;
-            double big = 0;
-            for (const cplx& c : y.a) big = std::max(big, std::abs(c));
-            if (!(big > 0) || !std::isfinite(big)) return Status::not_converged;
-            for (cplx& c : y.a) c /= big;
-            x = std::move(y);
-        }
-        std::size_t at = 0;
-        double nrm = 0;
-        for (std::size_t i = 0; i < n; ++i) {
-            nrm += std::norm(x(i, 0));
-            if (std::abs(x(i, 0)) > std::abs(x(at, 0))) at = i;
-        }
-        const cplx phase = std::abs(x(at, 0)) / x(at, 0) / std::sqrt(nrm);
-        for (std::size_t i = 0; i < n; ++i) v(i, k) = x(i, 0) * phase;
-    }
-    return Status::ok;
+    if (!a.square() || w.size() != a.rows) return Status::size_mismatch;
+    CMat c(a.rows, a.cols);
+    std::copy(a.a.begin(), a.a.end(), c.a.begin());
+    return eigenvectors(c, w, v);
 }
 
 }  // namespace ostr::la

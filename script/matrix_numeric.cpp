@@ -3,9 +3,9 @@
 // number, the LU, QR and singular value decompositions, the pseudo-inverse,
 // the Kronecker product and the matrix exponential. A matrix with a formula
 // among its elements is refused with ">invalid_expression<"; so is a result
-// that would hold an infinity or NaN. The eigen, QR, SVD, rank, norm(2),
-// cond and pinv kernels are real; complex matrices get invert, det, solve,
-// lu, norm(1|"inf"|"fro"), kron and expm.
+// that would hold an infinity or NaN. The QR, SVD, rank, norm(2), cond and
+// pinv kernels are real; complex matrices get invert, det, eigvals, eigvecs,
+// solve, lu, norm(1|"inf"|"fro"), kron and expm.
 #include <algorithm>
 #include <cmath>
 
@@ -97,6 +97,22 @@ la::Status sorted_eigenvalues(const RMat& a, std::vector<cplx>& w) {
         return st;
     }
     la::Status st = la::eigenvalues(a, w);
+    std::stable_sort(w.begin(), w.end(), [](const cplx& x, const cplx& y) {
+        return x.real() < y.real() || (x.real() == y.real() && x.imag() < y.imag());
+    });
+    return st;
+}
+
+// The same for a complex matrix; a Hermitian one has real eigenvalues, so
+// the rounding noise in their imaginary parts is dropped.
+la::Status sorted_eigenvalues(const CMat& a, std::vector<cplx>& w) {
+    la::Status st = la::eigenvalues(a, w);
+    bool hermitian = true;
+    for (std::size_t i = 0; i < a.rows && hermitian; ++i)
+        for (std::size_t j = 0; j <= i; ++j)
+            if (a(i, j) != std::conj(a(j, i))) hermitian = false;
+    if (hermitian)
+        for (cplx& x : w) x = x.real();
     std::stable_sort(w.begin(), w.end(), [](const cplx& x, const cplx& y) {
         return x.real() < y.real() || (x.real() == y.real() && x.imag() < y.imag());
     });
@@ -230,8 +246,13 @@ Value matrix_rank(obj::Object* self, std::span<Value>, Arbenv* env, std::uint32_
 
 Value matrix_eigvals(obj::Object* self, std::span<Value>, Arbenv* env, std::uint32_t) {
     const MatrixValue& m = mat(self);
-    if (m.rows != m.cols || kind(self) != Elements::real) return fail();
+    if (m.rows != m.cols || kind(self) == Elements::symbolic) return fail();
     std::vector<cplx> w;
+    if (kind(self) == Elements::complex) {
+        if (la::Status st = sorted_eigenvalues(lang::complex_dense(m), w); st != la::Status::ok)
+            return failed(st, env);
+        return number_array(w);
+    }
     if (la::Status st = sorted_eigenvalues(lang::real_dense(m), w); st != la::Status::ok) return failed(st, env);
     return number_array(w);
 }
@@ -240,7 +261,14 @@ Value matrix_eigvals(obj::Object* self, std::span<Value>, Arbenv* env, std::uint
 // orthonormal for a symmetric matrix.
 Value matrix_eigvecs(obj::Object* self, std::span<Value>, Arbenv* env, std::uint32_t) {
     const MatrixValue& m = mat(self);
-    if (m.rows != m.cols || kind(self) != Elements::real) return fail();
+    if (m.rows != m.cols || kind(self) == Elements::symbolic) return fail();
+    if (kind(self) == Elements::complex) {
+        const CMat a = lang::complex_dense(m);
+        std::vector<cplx> w;
+        CMat v;
+        if (la::Status st = sorted_eigenvalues(a, w); st != la::Status::ok) return failed(st, env);
+        return result(la::eigenvectors(a, w, v), v, env);
+    }
     RMat a = lang::real_dense(m);
     if (symmetric(a)) {
         std::vector<double> w;

@@ -1,7 +1,7 @@
 /* Linear algebra of the numeric library on its counted row-pointer matrices
    (row 0 holds the row count, every row slot 0 its length, data from 1):
    products, LU with partial pivoting, Householder QR, the symmetric and the
-   general real eigenproblem, and the singular value decomposition.
+   general real and complex eigenproblem, and the singular value decomposition.
    docs/linalg.md gives each routine's method, cost and measured accuracy.
 
    Inputs are only read. Every matrix or vector returned belongs to the
@@ -58,6 +58,11 @@ OSTR_API double **EigenvectorsSymM(double **a, double **w) OSTR_NOEXCEPT;
    unit eigenvectors for them as the columns of a complex matrix. */
 OSTR_API Complex *EigenvaluesM(double **a) OSTR_NOEXCEPT;
 OSTR_API Complex **EigenvectorsM(double **a) OSTR_NOEXCEPT;
+/* The same for a general complex square matrix: eigenvalues in the order
+   the iteration deflates them, and unit eigenvectors for them (in that
+   order) as columns, each with its largest component real and positive. */
+OSTR_API Complex *EigenvaluesMC(Complex **a) OSTR_NOEXCEPT;
+OSTR_API Complex **EigenvectorsMC(Complex **a) OSTR_NOEXCEPT;
 
 /* Singular values, descending, min(m, n) of them. SVDM returns U (m×k) and
    gives the values through *s and V (n×k) through *v (either may be NULL),

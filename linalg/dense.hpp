@@ -107,6 +107,9 @@ Status eigenvectors(const CMat& a, const std::vector<cplx>& w, CMat& v);
 // 2k×2k Golub-Kahan tridiagonal, absolute accuracy c·k·ε·‖A‖, at a tenth of
 // the cost.
 Status svd(const RMat& a, std::vector<double>& s, RMat* u, RMat* v);
+// The singular values alone of a complex matrix, descending, with the same
+// absolute accuracy.
+Status singular_values(const CMat& a, std::vector<double>& s);
 // The tolerance under which a singular value counts as zero: max(m, n)·ε·s₁.
 double rank_tolerance(std::size_t m, std::size_t n, double s_max) noexcept;
 // The pseudo-inverse V·diag(1/s)·Uᵀ over the singular values above the

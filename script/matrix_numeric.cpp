@@ -3,9 +3,9 @@
 // number, the LU, QR and singular value decompositions, the pseudo-inverse,
 // the Kronecker product and the matrix exponential. A matrix with a formula
 // among its elements is refused with ">invalid_expression<"; so is a result
-// that would hold an infinity or NaN. The QR, SVD, rank, norm(2), cond and
-// pinv kernels are real; complex matrices get invert, det, eigvals, eigvecs,
-// solve, lu, norm(1|"inf"|"fro"), kron and expm.
+// that would hold an infinity or NaN. The QR, pinv and the factors of the
+// SVD are real only; complex matrices get everything else, their singular
+// values (svd(), rank, norm(2), cond) through the real embedding.
 #include <algorithm>
 #include <cmath>
 
@@ -119,7 +119,9 @@ la::Status sorted_eigenvalues(const CMat& a, std::vector<cplx>& w) {
     return st;
 }
 
+// The singular values of a real or complex matrix (no formula elements).
 la::Status singular_values(const MatrixValue& m, std::vector<double>& s) {
+    if (lang::elements_of(m) == Elements::complex) return la::singular_values(lang::complex_dense(m), s);
     return la::svd(lang::real_dense(m), s, nullptr, nullptr);
 }
 
@@ -237,7 +239,7 @@ Value matrix_det(obj::Object* self, std::span<Value>, Arbenv* env, std::uint32_t
 // rank(): the singular values above max(m, n)·ε·s₁.
 Value matrix_rank(obj::Object* self, std::span<Value>, Arbenv* env, std::uint32_t) {
     const MatrixValue& m = mat(self);
-    if (kind(self) != Elements::real) return fail();
+    if (kind(self) == Elements::symbolic) return fail();
     std::vector<double> s;
     if (la::Status st = singular_values(m, s); st != la::Status::ok) return failed(st, env);
     const double tol = la::rank_tolerance(m.rows, m.cols, s.empty() ? 0 : s[0]);
@@ -347,7 +349,7 @@ Value matrix_norm(obj::Object* self, std::span<Value> args, Arbenv* env, std::ui
     if (one) return number(norm_1(a, false));
     if (which_text == "inf") return number(norm_1(a, true));
     if (which_text == "fro") return number(norm_fro(a));
-    if (!two || k != Elements::real) return fail();
+    if (!two) return fail();
     std::vector<double> s;
     if (la::Status st = singular_values(m, s); st != la::Status::ok) return failed(st, env);
     return number(s[0]);
@@ -357,7 +359,7 @@ Value matrix_norm(obj::Object* self, std::span<Value> args, Arbenv* env, std::ui
 // deficient has none.
 Value matrix_cond(obj::Object* self, std::span<Value>, Arbenv* env, std::uint32_t) {
     const MatrixValue& m = mat(self);
-    if (kind(self) != Elements::real) return fail();
+    if (kind(self) == Elements::symbolic) return fail();
     std::vector<double> s;
     if (la::Status st = singular_values(m, s); st != la::Status::ok) return failed(st, env);
     if (!(s.back() > la::rank_tolerance(m.rows, m.cols, s.front()))) return fail();
@@ -394,8 +396,13 @@ Value matrix_qr(obj::Object* self, std::span<Value> args, Arbenv* env, std::uint
 Value matrix_svd(obj::Object* self, std::span<Value> args, Arbenv* env, std::uint32_t) {
     const MatrixValue& m = mat(self);
     long long part = 0;
-    if (kind(self) != Elements::real || (!args.empty() && !which(args[0], 1, 3, part))) return fail();
+    if (kind(self) == Elements::symbolic || (!args.empty() && !which(args[0], 1, 3, part))) return fail();
     std::vector<double> s;
+    if (kind(self) == Elements::complex) {  // the values only
+        if (part != 0) return fail();
+        if (la::Status st = singular_values(m, s); st != la::Status::ok) return failed(st, env);
+        return number_array(s);
+    }
     RMat u, v;
     la::Status st = la::svd(lang::real_dense(m), s, part == 1 ? &u : nullptr, part == 3 ? &v : nullptr);
     if (st != la::Status::ok) return failed(st, env);

@@ -1,6 +1,7 @@
 // The complex eigenproblem against the reference LAPACK's zgeev on random,
 // Hermitian, nearly defective, rotation and permutation matrices: the same
-// spectrum, and eigenvector residuals within a small multiple of n·ε·‖A‖.
+// spectrum, and eigenvector residuals within a small multiple of n·ε·‖A‖;
+// complex singular values against zgesvd.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -15,6 +16,9 @@ extern "C" {
 void zgeev_(const char* jobvl, const char* jobvr, const int* n, std::complex<double>* a, const int* lda,
             std::complex<double>* w, std::complex<double>* vl, const int* ldvl, std::complex<double>* vr,
             const int* ldvr, std::complex<double>* work, const int* lwork, double* rwork, int* info);
+void zgesvd_(const char* jobu, const char* jobvt, const int* m, const int* n, std::complex<double>* a,
+             const int* lda, double* s, std::complex<double>* u, const int* ldu, std::complex<double>* vt,
+             const int* ldvt, std::complex<double>* work, const int* lwork, double* rwork, int* info);
 }
 
 namespace {
@@ -155,6 +159,35 @@ TEST(ComplexEigen, HermitianValuesAreRealAndRealMatricesAgreeWithTheRealKernel) 
     ASSERT_EQ(eigenvalues(r, wr), Status::ok);
     ASSERT_EQ(eigenvalues(c, wc), Status::ok);
     expect_same_spectrum(wc, wr, 1e3 * 9 * eps * norm_f(c), "real as complex");
+}
+
+TEST(ComplexSingularValues, AgainstZgesvd) {
+    CMat wide = random_complex(12, 41);
+    wide.rows = 5;  // the first 5 of 12 rows
+    wide.a.resize(5 * 12);
+    CMat deficient(4, 3);  // third column = i·first + second
+    for (std::size_t i = 0; i < 4; ++i) {
+        deficient(i, 0) = {1.0 + static_cast<double>(i), 0.5};
+        deficient(i, 1) = {0, 2.0 - static_cast<double>(i * i)};
+        deficient(i, 2) = cplx(0, 1) * deficient(i, 0) + deficient(i, 1);
+    }
+    for (const CMat& a : {random_complex(30, 42), wide, deficient, hermitian(9, 43)}) {
+        std::vector<double> s;
+        ASSERT_EQ(singular_values(a, s), Status::ok);
+        const int m = static_cast<int>(a.rows), n = static_cast<int>(a.cols), k = std::min(m, n);
+        std::vector<cplx> cm(a.a.size()), work(4 * (m + n) + 64);
+        std::vector<double> ref(static_cast<std::size_t>(k)), rwork(5 * static_cast<std::size_t>(k));
+        for (std::size_t i = 0; i < a.rows; ++i)
+            for (std::size_t j = 0; j < a.cols; ++j) cm[j * a.rows + i] = a(i, j);
+        int one = 1, info = 0, lw = static_cast<int>(work.size());
+        cplx dummy;
+        zgesvd_("N", "N", &m, &n, cm.data(), &m, ref.data(), &dummy, &one, &dummy, &one, work.data(), &lw,
+                rwork.data(), &info);
+        ASSERT_EQ(info, 0);
+        ASSERT_EQ(s.size(), ref.size());
+        for (std::size_t i = 0; i < s.size(); ++i)
+            EXPECT_NEAR(s[i], ref[i], 20 * static_cast<double>(k) * eps * norm_f(a)) << m << "x" << n << " " << i;
+    }
 }
 
 TEST(ComplexEigen, RefusalsAndStop) {

@@ -242,9 +242,20 @@ Status eigenvalues(const CMat& a, std::vector<cplx>& w) {
     if (!a.square()) return Status::not_square;
     w.assign(a.rows, cplx(0, 0));
     if (a.rows == 0) return Status::ok;
+    // Squares of elements near the ends of the range would overflow or
+    // underflow in the reflectors and the shifts: such a matrix is scaled
+    // by its largest element, and its eigenvalues back.
+    double big = 0;
+    for (const cplx& z : a.a) big = std::max(big, std::abs(z));
+    if (!std::isfinite(big)) return Status::not_converged;
+    const double scale = big > 1e100 || (big > 0 && big < 1e-100) ? big : 1.0;
     CMat h = a;
+    if (scale != 1.0)
+        for (cplx& z : h.a) z /= scale;
     if (Status s = hessenberg(h); s != Status::ok) return s;
-    return single_shift_qr(h, w);
+    const Status st = single_shift_qr(h, w);
+    for (cplx& z : w) z *= scale;
+    return st;
 }
 
 Status eigenvectors(const CMat& a, const std::vector<cplx>& w, CMat& v) {

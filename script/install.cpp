@@ -30,24 +30,29 @@ const obj::Object* lookup(Arbenv* env, std::string_view name) {
 // Atoms the evaluator leaves to this layer: blocks used as values, and
 // calls of user functions. A call of a name that is no function stays a
 // formula, as a free name does.
+//
+// A plain call name(...) is told apart first, once: it is no container,
+// member, method or block, and the calls of a recursion come here often.
 bool atom(std::string_view text, Arbenv* env, lang::Value* out) {
+    const std::size_t open = text.find('(');
+    const bool plain_call = open != std::string_view::npos && open != 0 && text.back() == ')' &&
+                            lang::scan::is_plain_name(text.substr(0, open)) &&
+                            lang::scan::matching_closer(text, open) == text.size() - 1;
+    if (plain_call) {
+        if (new_instance(text, open, env, out)) return true;
+        if (call_function(text, open, env, out)) return true;
+        *out = lang::Value::formula_of(Text(text));
+        return true;
+    }
     if (container_atom(text, env, out)) return true;
     if (object_atom(text, env, out)) return true;
     if (string_method_call(text, env, out)) return true;
     std::string_view kw = block_keyword(text);
-    if (!kw.empty()) {
-        const StatementWord* w = statement_word(kw);
-        if (!w || !w->block) return false;
-        std::optional<lang::Value> v = statement_value(text, env);
-        *out = v ? std::move(*v) : lang::Value::failure();
-        return true;
-    }
-    std::size_t open = text.find('(');
-    if (open == std::string_view::npos || open == 0 || text.back() != ')') return false;
-    if (!lang::scan::is_plain_name(text.substr(0, open))) return false;
-    if (lang::scan::matching_closer(text, open) != text.size() - 1) return false;
-    if (call_function(text, open, env, out)) return true;
-    *out = lang::Value::formula_of(Text(text));
+    if (kw.empty()) return false;
+    const StatementWord* w = statement_word(kw);
+    if (!w || !w->block) return false;
+    std::optional<lang::Value> v = statement_value(text, env);
+    *out = v ? std::move(*v) : lang::Value::failure();
     return true;
 }
 

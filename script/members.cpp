@@ -164,13 +164,12 @@ Value call_on(Target& t, std::string_view name, std::vector<Value>& args, Arbenv
     return call_instance_method(t.is_this ? nullptr : o, t.scope, it->second, args, env, text);
 }
 
+}  // namespace
+
 // name(args) where name is a class: a new instance; a class with a method
 // "init" runs it with the arguments, one without takes none.
-bool new_instance(std::string_view text, Arbenv* env, Value* out) {
-    const std::size_t open = text.find('(');
-    if (open == std::string_view::npos || open == 0 || text.back() != ')') return false;
+bool new_instance(std::string_view text, std::size_t open, Arbenv* env, Value* out) {
     std::string_view name = text.substr(0, open);
-    if (!lang::scan::is_plain_name(name) || lang::scan::matching_closer(text, open) != text.size() - 1) return false;
     const obj::Object* cls = lookup(env, name);
     if (!cls || cls->tag != obj::class_definition || !cls->value) return false;
     std::vector<Value> args = lang::evaluate_list(text.substr(open + 1, text.size() - open - 2), env);
@@ -189,6 +188,8 @@ bool new_instance(std::string_view text, Arbenv* env, Value* out) {
     *out = r.is_error() ? std::move(r) : Value::object_of(std::move(made));
     return true;
 }
+
+namespace {
 
 // base.name(args). A named receiver is looked up before the arguments run,
 // to know whether the call is this file's, and again after them, since
@@ -234,7 +235,7 @@ bool object_atom(std::string_view text, Arbenv* env, Value* out) {
     }
     if (text.size() < 3) return false;
     if (text.back() == ')') {
-        if (text.find('.') == std::string_view::npos) return new_instance(text, env, out);
+        if (text.find('.') == std::string_view::npos) return false;  // a plain call: the caller's
         if (lang::scan::bracket_jumps(text).empty()) return false;
         bool handled;
         Value v = method_call(text, env, &handled);

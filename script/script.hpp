@@ -161,6 +161,9 @@ std::optional<Text> assign_class_or_member(std::string_view left, std::string_vi
 // Atoms of classes, instances, mutants and nodes: member reads, method
 // calls, instance creation, "this" (classes.cpp).
 bool object_atom(std::string_view text, Arbenv* env, lang::Value* out);
+// c(args) with c a class: a new instance (its init run with the arguments).
+// `open` is the place of the call's "(". False when c is no class.
+bool new_instance(std::string_view text, std::size_t open, Arbenv* env, lang::Value* out);
 // Registers the printers, comparisons and built-ins of these objects.
 void install_objects();
 

@@ -1,7 +1,7 @@
 // The PNG writer: signature, IHDR, one IDAT and IEND, each chunk closed by
 // its CRC-32. Rows are filtered by the filter whose output has the least
-// sum of absolute values (taken as signed bytes), the heuristic of the PNG
-// specification's own advice; plot images are mostly flat, so None and Up
+// sum of absolute values (taken as signed bytes), the heuristic the PNG
+// format itself recommends; plot images are mostly flat, so None and Up
 // win nearly everywhere and the compressor sees long runs.
 #include "plot/png.hpp"
 

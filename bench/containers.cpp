@@ -14,7 +14,7 @@ Arbenv* environment() {
     static Arbenv* env = [] {
         ostr::script::initialize_globals(nullptr, 0);
         Arbenv* e = ostr::obj::make_top_level();
-        for (const char* line : {"big=[],for:k=1,k<=1000000,k=k+1,big.append(k);", "small=array:100000;",
+        for (const char* line : {"many=[],for:k=1,k<=1000000,k=k+1,many.append(k);", "small=array:100000;",
                                  "r=rand(array:1000000;,1)"})
             ostr::script::run_script(line, e, true);
         return e;
@@ -30,7 +30,7 @@ void Python_Append(benchmark::State& s) {
 }
 
 void Ostravine_IndexSum(benchmark::State& s) {
-    run_line(s, environment(), "s=0,for:k=1,k<=1000000,k=k+1,s=s+big[k];,s", "5.000005E+11");
+    run_line(s, environment(), "s=0,for:k=1,k<=1000000,k=k+1,s=s+many[k];,s", "5.000005E+11");
 }
 void Ostravine_IndexSum_1e5(benchmark::State& s) {
     run_line(s, environment(), "s=0,for:k=1,k<=100000,k=k+1,s=s+small[k];,s", "\n0");

@@ -8,6 +8,7 @@
 #include "envio/containers_io.hpp"
 #include "envio/serialize.hpp"
 #include "objects/containers.hpp"
+#include "records.hpp"
 #include "script_support.hpp"
 #include "support/counting_alloc.hpp"
 
@@ -160,11 +161,6 @@ TEST_F(Containers, NestingAndSizeAreBounded) {
            {"a.size()", "1"}});
 }
 
-std::string record_of(Arbenv* env) {
-    Text t;
-    envio::write_body(env, t);
-    return std::string(t.data(), t.size());
-}
 
 // The lines whose values must come back alike through the stream.
 constexpr const char* saved_lines[] = {
@@ -174,7 +170,7 @@ constexpr const char* saved_lines[] = {
 
 TEST_F(Containers, EveryKindTravelsThroughTheStream) {
     for (const char* l : saved_lines) run(l);
-    const std::string r = record_of(env);
+    const std::string r = body_of(env);
     Arbenv* back = envio::read_body(r, false);
     ASSERT_NE(back, nullptr);
     for (const char* name : {"e1", "e2", "a", "m", "many.size()", "a[5][1].size()", "a[6][\"k\"][2]", "a[4]", "h"}) {
@@ -184,7 +180,7 @@ TEST_F(Containers, EveryKindTravelsThroughTheStream) {
     // Matrices and big numbers are elements like any other value.
     EXPECT_EQ(script::run_script("h[2]+1", back, true), "1208925819614629174706177");
     EXPECT_EQ(script::run_script("h[1]", back, true), "matrix:[1,2],[3,4];");
-    EXPECT_EQ(record_of(back), r);  // and writes the same bytes again
+    EXPECT_EQ(body_of(back), r);  // and writes the same bytes again
     obj::free_environment(back);
 }
 
@@ -192,20 +188,7 @@ TEST_F(Containers, EveryKindTravelsThroughTheStream) {
 // reads as no environment or as a working one; nothing is left behind.
 TEST_F(Containers, DamagedRecordsNeverCrashOrLeak) {
     run("a=[1,\"s\",x,[2,map:\"k\"=3;]]");
-    const std::string r = record_of(env);
-    CountingAlloc counter;
-    const long before = counter.live();
-    for (std::size_t n = 0; n < r.size(); ++n) EXPECT_EQ(envio::read_body(r.substr(0, n), false), nullptr) << n;
-    for (std::size_t k = 0; k < r.size(); ++k)
-        for (unsigned char mask : {0x01, 0x80, 0xff}) {
-            std::string bad = r;
-            bad[k] = static_cast<char>(bad[k] ^ mask);
-            if (Arbenv* e = envio::read_body(bad, false)) {
-                Text shown = script::run_script("a", e, true);
-                obj::free_environment(e);
-            }
-        }
-    EXPECT_EQ(counter.live(), before);
+    sweep_damaged(body_of(env), read_body, "a");
 }
 
 // Value bytes put together by hand: each damage is refused.

@@ -9,17 +9,13 @@
 #include <vector>
 
 #include "envio/serialize.hpp"
+#include "records.hpp"
 #include "script_support.hpp"
 #include "support/counting_alloc.hpp"
 
 namespace ostr::test {
 namespace {
 
-std::string record_of(Arbenv* env) {
-    Text t;
-    envio::write_body(env, t);
-    return std::string(t.data(), t.size());
-}
 
 // Node i of the script is ns[i+1]; the test keeps the same graph as weights.
 struct Graph {
@@ -227,7 +223,7 @@ constexpr const char* saved_lines[] = {
 
 TEST_F(Objects, GraphsAndClassesTravelThroughTheStream) {
     for (const char* l : saved_lines) run(l);
-    const std::string r = record_of(env);
+    const std::string r = body_of(env);
     Arbenv* back = envio::read_body(r, false);
     ASSERT_NE(back, nullptr);
     for (const char* line : {"p", "p.f()", "pt.c", "mu", "mu.k[2].f()", "a.outedges()", "b.inedges()", "g", "h",
@@ -240,26 +236,13 @@ TEST_F(Objects, GraphsAndClassesTravelThroughTheStream) {
     obj::free_environment(back);
     back = envio::read_body(r, false);
     ASSERT_NE(back, nullptr);
-    EXPECT_EQ(record_of(back), r);  // and writes the same bytes again
+    EXPECT_EQ(body_of(back), r);  // and writes the same bytes again
     obj::free_environment(back);
 }
 
 TEST_F(Objects, DamagedRecordsNeverCrashOrLeak) {
     for (const char* l : saved_lines) run(l);
-    const std::string r = record_of(env);
-    CountingAlloc counter;
-    const long before = counter.live();
-    for (std::size_t n = 0; n < r.size(); ++n) EXPECT_EQ(envio::read_body(r.substr(0, n), false), nullptr) << n;
-    for (std::size_t k = 0; k < r.size(); ++k)
-        for (unsigned char mask : {0x01, 0x80, 0xff}) {
-            std::string bad = r;
-            bad[k] = static_cast<char>(bad[k] ^ mask);
-            if (Arbenv* e = envio::read_body(bad, false)) {
-                Text shown = script::run_script("p,mu,a.outedges(),g,h,bfs(b)", e, true);
-                obj::free_environment(e);
-            }
-        }
-    EXPECT_EQ(counter.live(), before);
+    sweep_damaged(body_of(env), read_body, "p,mu,a.outedges(),g,h,bfs(b)");
 }
 
 }  // namespace

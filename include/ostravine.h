@@ -18,5 +18,6 @@
 #include "ostravine/script.h"
 #include "ostravine/special.h"
 #include "ostravine/linalg.h"
+#include "ostravine/solvers.h"
 
 #endif

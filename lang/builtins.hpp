@@ -75,6 +75,13 @@ Value complex_roots(const Call& call, std::span<Value> values);
 Value polynomial_fit(const Call& call, std::span<Value> values);
 Value hms_time(const Call& call, std::span<Value> values);
 
+// Solvers over formulas and arrays (builtins_solvers.cpp).
+Value odesolve(const Call& call, std::span<Value> values);
+Value integrate(const Call& call, std::span<Value> values);
+Value minimize(const Call& call, std::span<Value> values);
+Value fit(const Call& call, std::span<Value> values);
+Value linfit(const Call& call, std::span<Value> values);
+
 // Number bases (builtins_bases.cpp).
 Value binary_text(const Call& call, std::span<Value> values);
 Value hexadecimal_text(const Call& call, std::span<Value> values);

@@ -122,27 +122,36 @@ bool cholesky_solve(std::vector<double> M, std::vector<double>& g, std::size_t k
     return true;
 }
 
-// The Jacobian of the weighted residuals' negation, d model/d p_j / sigma_i,
-// column-major m×k, by forward differences.
+// The Jacobian of the model over sigma, d model(x_i)/d p_j / sigma_i,
+// column-major m×k: central differences (error ε^(2/3)) or forward ones
+// (error ε^(1/2), half the model values).
 bool jacobian(Fn<double(double, std::span<const double>)>& model, std::span<const double> x,
               std::span<const double> sigma, std::vector<double>& p, const std::vector<double>& r,
-              std::span<const double> y, std::vector<double>& J) {
+              std::span<const double> y, std::vector<double>& J, bool central = false) {
     const std::size_t m = x.size(), k = p.size();
     double scale = 0;
     for (double v : p) scale = std::max(scale, std::fabs(v));
     for (std::size_t j = 0; j < k; ++j) {
         const double keep = p[j];
-        const double h = std::sqrt(eps) * std::max(std::fabs(keep), 1e-8 * std::max(scale, 1.0));
+        const double h = (central ? std::cbrt(eps) : std::sqrt(eps)) * std::max(std::fabs(keep), 1e-8 * std::max(scale, 1.0));
         p[j] = keep + h;
-        const double step = p[j] - keep;  // the step as the double sum made it
+        const double up = p[j];
+        if (central) p[j] = keep - h;
+        const double down = p[j];
+        const double step = central ? up - down : up - keep;  // the step as the doubles made it
         for (std::size_t i = 0; i < m; ++i) {
-            const double v = model(x[i], p);
-            if (!std::isfinite(v)) {
+            double lo = y[i] - r[i] / weight(sigma, i);  // model(x_i, p)
+            if (central) {
+                lo = model(x[i], p);
+                p[j] = up;
+            }
+            const double hi = model(x[i], p);
+            if (central) p[j] = down;
+            if (!std::isfinite(hi) || !std::isfinite(lo)) {
                 p[j] = keep;
                 return false;
             }
-            const double base = y[i] * weight(sigma, i) - r[i];  // model(x_i, p)/sigma_i
-            J[j * m + i] = (v * weight(sigma, i) - base) / step;
+            J[j * m + i] = (hi - lo) / step * weight(sigma, i);
         }
         p[j] = keep;
     }
@@ -214,7 +223,7 @@ FitResult levenberg_marquardt(Fn<double(double, std::span<const double>)> model,
         out.status = Status::not_finite;
         return out;
     }
-    double lambda = 1e-3;
+    double lambda = 1e-3, last_step = std::numeric_limits<double>::infinity();
     bool converged = false;
     for (int it = 0; it < max_iterations && !converged; ++it) {
         out.iterations = it + 1;
@@ -222,7 +231,10 @@ FitResult levenberg_marquardt(Fn<double(double, std::span<const double>)> model,
             out.status = Status::stopped;
             return out;
         }
-        if (!jacobian(model, x, sigma, p, r, y, J)) {
+        // Central differences: an error δJ in J moves the answer by about
+        // (JᵀJ)⁻¹δJᵀr, which for data with real scatter (r not small) is
+        // δJ/J times the scatter; forward differences would leave √ε of it.
+        if (!jacobian(model, x, sigma, p, r, y, J, true)) {
             out.status = Status::not_finite;
             return out;
         }
@@ -253,12 +265,19 @@ FitResult levenberg_marquardt(Fn<double(double, std::span<const double>)> model,
                 }
                 ok = residuals(model, x, y, sigma, trial, trial_r, trial_chi2);
             }
-            if (ok && trial_chi2 <= chi2) {
-                converged = chi2 - trial_chi2 <= 1e-14 * chi2 || step <= 1e-12 * std::max(size, 1e-300);
+            // A step that leaves chi2 unchanged to rounding is still taken
+            // while the steps keep halving: near the minimum chi2 moves with
+            // the square of the parameters' error, so only the Gauss-Newton
+            // step itself can place them beyond about √ε.
+            const bool lower = trial_chi2 < chi2;
+            const bool level = trial_chi2 <= chi2 * (1 + 8 * eps) && step < 0.5 * last_step;
+            if (ok && (lower || level)) {
+                converged = step <= 1e-12 * std::max(size, 1e-300);
+                last_step = step;
                 p = trial;
                 r.swap(trial_r);
                 chi2 = trial_chi2;
-                lambda = std::max(lambda / 3, 1e-12);
+                lambda = std::max(lambda / 10, 1e-15);
                 break;
             }
             lambda *= 8;
@@ -271,7 +290,7 @@ FitResult levenberg_marquardt(Fn<double(double, std::span<const double>)> model,
     out.p = p;
     out.chi2 = chi2;
     if (!converged) out.status = Status::not_converged;
-    if (!jacobian(model, x, sigma, p, r, y, J)) {
+    if (!jacobian(model, x, sigma, p, r, y, J, true)) {
         out.status = Status::not_finite;
         return out;
     }

@@ -200,7 +200,7 @@ Quadrature integrate(Real1 f, double a, double b, double rel_tol, double abs_tol
     if (gk.status == Status::ok || gk.status == Status::stopped || gk.status == Status::bad_argument) return gk;
     Quadrature ts = tanh_sinh(f, a, b, rel_tol, abs_tol);
     ts.evaluations += gk.evaluations;
-    if (ts.status == Status::stopped) return ts;
+    if (ts.status == Status::stopped || ts.status == Status::ok) return ts;
     if (gk.status == Status::not_finite) return ts;
     if (ts.status == Status::not_finite) return gk;
     const bool gk_better = gk.error < ts.error;

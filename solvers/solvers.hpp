@@ -67,11 +67,12 @@ FitResult linear_least_squares(Fn<double(double, std::size_t)> basis, std::size_
                                std::span<const double> y, std::span<const double> sigma);
 
 // y ≈ model(x, p) by Levenberg-Marquardt from p0: each step solves
-// (JᵀJ + λ·diag(JᵀJ))·δ = Jᵀr for the weighted residuals r, J by forward
-// differences (step √ε·max(|p_j|, 1e-8·scale)); λ shrinks by 3 after a step
-// that lowers chi2 and grows by 8 after one that does not. Stops when chi2
-// falls by less than 1e-14 relative, or the step is below 1e-12 of the
-// parameters; covariance as in the linear case from J at the answer.
+// (JᵀJ + λ·diag(JᵀJ))·δ = Jᵀr for the weighted residuals r, J by central
+// differences (step ε^(1/3)·max(|p_j|, 1e-8·scale)); λ shrinks by 10 after a
+// step that lowers chi2 (or leaves it level to rounding while the steps keep
+// halving) and grows by 8 after one that does not. Stops when the step is
+// below 1e-12 of the parameters or no step lowers chi2;
+// covariance as in the linear case from J at the answer.
 FitResult levenberg_marquardt(Fn<double(double, std::span<const double>)> model, std::span<const double> x,
                               std::span<const double> y, std::span<const double> sigma,
                               std::span<const double> p0, int max_iterations = 0);
@@ -134,8 +135,8 @@ Quadrature gauss_kronrod(Real1 f, double a, double b, double rel_tol = 1e-12, do
 Quadrature tanh_sinh(Real1 f, double a, double b, double rel_tol = 1e-12, double abs_tol = 0);
 
 // Gauss-Kronrod, and tanh-sinh where that fails to reach the tolerance or
-// meets a non-finite sample (a singular end); the answer with the smaller
-// error estimate.
+// meets a non-finite sample (a singular end); when neither succeeds, the
+// answer with the smaller error estimate.
 Quadrature integrate(Real1 f, double a, double b, double rel_tol = 1e-12, double abs_tol = 0);
 
 // ---------------------------------------------------- differential equations

@@ -3,7 +3,8 @@
 // integrate). Each formula is read once; where its tree holds only numbers,
 // the variables, names with real values, + - * / ^, signs and the
 // elementary functions, it is compiled to a flat program on doubles that
-// computes exactly what the evaluator computes for real values. A sample
+// computes what the evaluator computes for real values (a square x^2 is
+// x·x, which may differ from the evaluator's pow in the last bit). A sample
 // the program cannot answer as a real number (a complex power, a pole) and
 // every formula beyond it go through the evaluator's prepared tree in a
 // scope that holds the variables, so the answers are the language's own.

@@ -15,7 +15,6 @@ namespace ostr::solve {
 namespace {
 
 constexpr double eps = std::numeric_limits<double>::epsilon();
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
 // Counts the values and turns a NaN or infinity into Status::not_finite.
 struct Counted {

@@ -235,6 +235,10 @@ TEST(Quadrature, FailuresAreReported) {
     // Not integrable: 1/x on [0, 1] diverges; neither rule may claim success.
     auto pole = [](double x) { return 1 / x; };
     EXPECT_NE(integrate(pole, 0, 1).status, Status::ok);
+    // Divergent on an infinite range: the integrand outgrows the map.
+    auto grows = [](double x) { return x; };
+    EXPECT_NE(integrate(grows, 0, INFINITY).status, Status::ok);
+    EXPECT_NE(integrate(grows, -INFINITY, INFINITY).status, Status::ok);
     auto nan_inside = [](double x) { return x > 0.5 ? NAN : 1.0; };
     EXPECT_EQ(integrate(nan_inside, 0, 1).status, Status::not_finite);
     // A budget of one panel cannot reach 1e-12 on a wiggly integrand.

@@ -136,6 +136,9 @@ Value odesolve(const Call& call, std::span<Value>) {
         if (auto v = real(call, 8, &tol)) return std::move(*v);
     if (fs.empty() || fs.size() != ys.size() || fs.size() != y0.size() || fs.size() > max_unknowns) return Value::failure();
     if (n != std::floor(n) || n < 1 || n > max_samples || t0 == t1 || !(tol > 0 && tol < 1)) return Value::failure();
+    // The answer must fit a matrix; checked before any work is done.
+    if ((n + 1) * static_cast<double>(fs.size() + 1) > static_cast<double>(obj::max_matrix_elements))
+        return Value::failure();
     o.rtol = o.atol = tol;
     std::vector<std::string_view> names{call.args[1]};
     names.insert(names.end(), ys.begin(), ys.end());

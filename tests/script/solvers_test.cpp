@@ -39,6 +39,7 @@ TEST_F(Solvers, BadInputAnswersAnErrorWordAndChangesNothing) {
         {"odesolve(-y,t,y,1,0,1,0)", ">invalid_expression<"},
         {"odesolve(-y,t,y,1,0,1,2.5)", ">invalid_expression<"},
         {"odesolve(-y,t,y,1,0,1,2,euler)", ">invalid_expression<"},
+        {"odesolve(-y,t,y,1,0,1,100001)", ">invalid_expression<"},
         {"odesolve(-y,t,y,1,0,1,2,dopri,0)", ">invalid_expression<"},
         {"odesolve(-y,t,y,i,0,1)", ">invalid_expression<"},
         {"odesolve(-y,t,y,\"a\",0,1)", ">invalid_expression<"},

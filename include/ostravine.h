@@ -18,5 +18,7 @@
 #include "ostravine/script.h"
 #include "ostravine/special.h"
 #include "ostravine/linalg.h"
+#include "ostravine/fourier.h"
+#include "ostravine/interp.h"
 
 #endif

@@ -108,6 +108,52 @@ void pass4(std::size_t m, std::size_t s, const cx* x, cx* y, const cx* tw) {
     }
 }
 
+// Radix 8 as two radix-4 butterflies on the even and the odd inputs joined
+// by w8^k = e^(∓πik/4), whose products cost two additions and two
+// multiplications by 1/√2 each: one pass of 8 where two passes of 4 and 2
+// would read and write the array twice.
+template <bool Inverse>
+inline cx times_w8(cx z, int k) noexcept {
+    constexpr double h = 0.70710678118654752440;
+    switch (k) {
+    case 1: return Inverse ? cx{(z.re - z.im) * h, (z.re + z.im) * h} : cx{(z.re + z.im) * h, (z.im - z.re) * h};
+    case 2: return minus_i<Inverse>(z);
+    default: return Inverse ? cx{-(z.re + z.im) * h, (z.re - z.im) * h} : cx{(z.im - z.re) * h, -(z.re + z.im) * h};
+    }
+}
+
+template <bool Inverse>
+inline void dft4(cx a0, cx a1, cx a2, cx a3, cx* out) noexcept {
+    const cx t0 = a0 + a2, t1 = a0 - a2, t2 = a1 + a3, t3 = minus_i<Inverse>(a1 - a3);
+    out[0] = t0 + t2, out[1] = t1 + t3, out[2] = t0 - t2, out[3] = t1 - t3;
+}
+
+template <bool Inverse>
+void pass8(std::size_t m, std::size_t s, const cx* x, cx* y, const cx* tw) {
+    const std::size_t sm = s * m;
+    for (std::size_t j = 0; j < m; ++j) {
+        const cx* a = x + s * j;
+        cx* o = y + s * 8 * j;
+        const cx* w = tw + 7 * j;
+        cx wt[8];
+        for (int k = 1; k < 8; ++k) wt[k] = turn<Inverse>(w[k - 1]);
+        for (std::size_t q = 0; q < s; ++q) {
+            cx e[4], d[4];
+            dft4<Inverse>(a[q], a[q + 2 * sm], a[q + 4 * sm], a[q + 6 * sm], e);
+            dft4<Inverse>(a[q + sm], a[q + 3 * sm], a[q + 5 * sm], a[q + 7 * sm], d);
+            d[1] = times_w8<Inverse>(d[1], 1), d[2] = times_w8<Inverse>(d[2], 2), d[3] = times_w8<Inverse>(d[3], 3);
+            o[q] = e[0] + d[0];
+            if (j == 0) {
+                for (int k = 1; k < 4; ++k) o[q + k * s] = e[k] + d[k];
+                for (int k = 0; k < 4; ++k) o[q + (k + 4) * s] = e[k] - d[k];
+            } else {
+                for (int k = 1; k < 4; ++k) o[q + k * s] = (e[k] + d[k]) * wt[k];
+                for (int k = 0; k < 4; ++k) o[q + (k + 4) * s] = (e[k] - d[k]) * wt[k + 4];
+            }
+        }
+    }
+}
+
 // Odd prime P: with u_r = a_r + a_(P-r) and v_r = a_r - a_(P-r),
 // X_k = a_0 + Σ cos(2πrk/P)·u_r ∓ i·Σ sin(2πrk/P)·v_r and X_(P-k) the same
 // with the other sign, so each pair of outputs costs (P-1) real products
@@ -163,6 +209,7 @@ void pass(int radix, std::size_t m, std::size_t s, const cx* x, cx* y, const cx*
     case 3: return pass_odd<3, Inverse>(m, s, x, y, tw);
     case 4: return pass4<Inverse>(m, s, x, y, tw);
     case 5: return pass_odd<5, Inverse>(m, s, x, y, tw);
+    case 8: return pass8<Inverse>(m, s, x, y, tw);
     case 7: return pass_odd<7, Inverse>(m, s, x, y, tw);
     case 11: return pass_odd<11, Inverse>(m, s, x, y, tw);
     case 13: return pass_odd<13, Inverse>(m, s, x, y, tw);
@@ -174,8 +221,15 @@ void pass(int radix, std::size_t m, std::size_t s, const cx* x, cx* y, const cx*
 std::vector<int> radices(std::size_t n) {
     std::vector<int> out;
     if (n == 0) return out;
-    while (n % 4 == 0) out.push_back(4), n /= 4;
-    if (n % 2 == 0) out.push_back(2), n /= 2;
+    // The power of two 2^k as passes of 8, with the rest of k/3 taken by
+    // two passes of 4 (rest 1) or one (rest 2) rather than by a pass of 2.
+    int k = 0;
+    while (n % 2 == 0) ++k, n /= 2;
+    const int rest = k % 3, eights = k / 3 - (rest == 1 && k >= 4 ? 1 : 0);
+    for (int e = 0; e < eights; ++e) out.push_back(8);
+    if (rest == 1 && k >= 4) out.push_back(4), out.push_back(4);
+    else if (rest == 1) out.push_back(2);
+    else if (rest == 2) out.push_back(4);
     for (int p : {3, 5, 7, 11, 13})
         while (n % p == 0) out.push_back(p), n /= static_cast<std::size_t>(p);
     if (n != 1) out.clear();
@@ -204,8 +258,9 @@ struct Plan::Bluestein {
         const double scale = 1.0 / static_cast<double>(m);
         for (std::size_t k = 0; k < n; ++k) kernel[k] = conj(chirp[k]) * scale;
         for (std::size_t k = 1; k < n; ++k) kernel[m - k] = kernel[k];
-        // The kernel's transform cannot be stopped halfway: the plan must be
-        // whole once made. Its cost is that of one transform.
+        // Should this transform be stopped, the flag stays up for the rest
+        // of the line and every run of the plan stops at once too, so a
+        // half-made kernel is never used. Its cost is that of one transform.
         (void)inner.run(kernel.data(), Direction::forward);
     }
     bool forward(cx* x) {

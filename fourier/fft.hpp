@@ -35,7 +35,7 @@ cx unit_root(std::uint64_t t, std::uint64_t n) noexcept;
 // A transform of one length n, made once and run on any number of inputs.
 //
 // Lengths whose prime factors are all at most 13 run as a mixed-radix
-// Stockham transform (radix 4, then 2, 3, 5, 7, 11, 13): each pass reads the
+// Stockham transform (radix 8 and 4 or 2, then 3, 5, 7, 11, 13): each pass reads the
 // whole array and writes it, reordered, into the other of two buffers, so
 // no bit reversal is needed and every access runs along memory. Cost about
 // 5·n·log2 n flops for powers of two. Other lengths run through

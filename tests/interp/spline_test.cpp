@@ -5,7 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <algorithm>
 #include <fstream>
+#include <random>
 #include <sstream>
 
 #include "interp/spline.hpp"
@@ -78,6 +80,25 @@ TEST(Splines, EndConditionsAndShape) {
     for (double t = 0; t <= 5; t += 0.05) {
         EXPECT_GE(evaluate(step, t), -1e-15) << t;
         EXPECT_LE(evaluate(step, t), 1 + 1e-15) << t;
+    }
+}
+
+// The interval search guesses from even spacing and gallops: on a table
+// far from even (x = k³ and a cluster) every t must still find its own
+// interval, checked against linear interpolation by plain binary search.
+TEST(Splines, IntervalSearchOnUnevenTables) {
+    std::vector<double> x, y;
+    for (int k = 0; k < 300; ++k) x.push_back(double(k) * k * k), y.push_back(std::sin(k));
+    for (int k = 1; k < 50; ++k) x.push_back(x.back() + 1e-3), y.push_back(std::cos(k));
+    ostr::interp::Spline s;
+    ASSERT_TRUE(make_spline(x, y, Kind::linear, 0, 0, s));
+    std::mt19937_64 g(5);
+    std::uniform_real_distribution<double> u(-10, x.back() + 10);
+    for (int r = 0; r < 20000; ++r) {
+        const double t = r < 349 ? x[r] : u(g);
+        std::size_t k = static_cast<std::size_t>(std::upper_bound(x.begin() + 1, x.end() - 1, t) - x.begin()) - 1;
+        const double want = y[k] + (t - x[k]) * ((y[k + 1] - y[k]) / (x[k + 1] - x[k]));
+        ASSERT_NEAR(evaluate(s, t), want, 1e-12 * std::max(1.0, std::fabs(want))) << t;
     }
 }
 

@@ -19,5 +19,7 @@
 #include "ostravine/special.h"
 #include "ostravine/linalg.h"
 #include "ostravine/solvers.h"
+#include "ostravine/fourier.h"
+#include "ostravine/interp.h"
 
 #endif

@@ -81,6 +81,20 @@ Value integrate(const Call& call, std::span<Value> values);
 Value minimize(const Call& call, std::span<Value> values);
 Value fit(const Call& call, std::span<Value> values);
 Value linfit(const Call& call, std::span<Value> values);
+// Fourier transforms, convolution, windows, the band filter and
+// interpolation over arrays (builtins_fourier.cpp).
+Value fft(const Call& call, std::span<Value> values);
+Value ifft(const Call& call, std::span<Value> values);
+Value fft2(const Call& call, std::span<Value> values);
+Value ifft2(const Call& call, std::span<Value> values);
+Value rfft(const Call& call, std::span<Value> values);
+Value irfft(const Call& call, std::span<Value> values);
+Value power_spectrum(const Call& call, std::span<Value> values);
+Value convolution(const Call& call, std::span<Value> values);
+Value correlation(const Call& call, std::span<Value> values);
+Value window(const Call& call, std::span<Value> values);
+Value filter(const Call& call, std::span<Value> values);
+Value interpolate(const Call& call, std::span<Value> values);
 
 // Number bases (builtins_bases.cpp).
 Value binary_text(const Call& call, std::span<Value> values);

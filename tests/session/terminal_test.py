@@ -126,7 +126,7 @@ def completion(d):
     at = c.wait_for(b'myvar2', mark)
     check(b'myvar1' in c.out[mark:at], 'the second Tab lists the choices')
     check(c.line('1') == '1', 'the line goes on after the list')
-    check(c.line('wi' + TAB + '3)') == '3', "a user function completes with '('")
+    check(c.line('wid' + TAB + '3)') == '3', "a user function completes with '('")
     check(c.line('whi' + TAB + 'myvar1<0,1\x3b') == '', 'a block keyword completes with ":"')
     c.line('fo=x+1')
     mark = len(c.out)

@@ -15,6 +15,7 @@
 #include "numtext/numtext.hpp"
 #include "ostravine/hash.h"
 #include "ostravine/special.h"
+#include "special/scientific.hpp"
 #include "objects/environment.hpp"
 
 namespace ostr::lang {
@@ -185,6 +186,7 @@ double real_part(const Complex* z) { return z->re; }
 double imaginary_part(const Complex* z) { return z->im; }
 double arctan2(double y, double x) { return std::atan2(y, x); }
 double hypotenuse(double x, double y) { return std::hypot(x, y); }
+Complex zeta_of(Complex s) noexcept { return special::zeta(s); }
 
 // The generator state of the session: the seed of the top-level
 // environment, so that a saved session continues the same sequence.
@@ -269,6 +271,10 @@ const Row rows[] = {
     {{"bessely(2)", "bessely(x,nu)", "Bessel function Y of real order nu at real x > 0", "bessely(1,0)",
       "0.0882569642156769"},
      real2<BesselY>},
+    {{"beta(2)", "beta(a,b)", "beta function B(a,b) = gamma(a)*gamma(b)/gamma(a+b)", "beta(2,3)", "0.0833333333333333"},
+     real2<special::beta>},
+    {{"betainc(3)", "betainc(a,b,x)", "regularised incomplete beta function I(x; a,b), a, b > 0, 0 <= x <= 1", "betainc(2,3,0.5)", "0.6875"},
+     real3<special::beta_inc>},
     {{"big(1)", "big(x)", "x as a big number: a number, or a string of decimal digits, \"pi\" or \"e\"",
       "big(2)^70", "1180591620717411303424"},
      builtin::big},
@@ -278,7 +284,7 @@ const Row rows[] = {
     {{"ceil(1)", "ceil(z)", "smallest integer not below each part", "ceil(1.2-1.5*i)", "2-i"}, complex1<CeilC>},
     {{"comb(2)", "comb(n,k)", "binomial coefficient n!/(k!(n-k)!), the number of k-subsets of n things",
       "comb(5,2)", "10"},
-     real2<Comb>},
+     real2<special::comb_real>},
     {{"combine()", "combine(a,k)", "the k-element combinations of the array a (or of 1..a), as arrays",
       "combine(3,2)", "[[1,2],[1,3],[2,3]]"},
      builtin::combine, false},
@@ -293,10 +299,26 @@ const Row rows[] = {
     {{"deriv()", "deriv(f(x),x,a,n)", "derivative of f in x as a formula; with a, its value at x=a; with n, the n-th",
       "deriv(x^3,x)", "3*x^2"},
      builtin::deriv, false},
+    {{"digamma(1)", "digamma(x)", "digamma function, the derivative of ln(gamma(x))", "digamma(1)", "-0.577215664901533"},
+     real1<special::digamma>},
     {{"divisors(1)", "divisors(n)", "the positive divisors of a whole n from 1 to 2^64, ascending", "divisors(12)",
       "[1,2,3,4,6,12]"},
      builtin::divisors_list},
+    {{"ei(1)", "ei(x)", "exponential integral Ei(x), the principal value of the integral of e^t/t up to x", "ei(1)", "1.89511781635594"},
+     real1<special::exp_integral_ei>},
+    {{"ellipe(1)", "ellipe(m)", "complete elliptic integral of the second kind E(m), m = k^2 <= 1", "ellipe(0.5)", "1.35064388104768"},
+     real1<special::ellip_e>},
+    {{"ellipk(1)", "ellipk(m)", "complete elliptic integral of the first kind K(m), m = k^2 < 1", "ellipk(0.5)", "1.85407467730137"},
+     real1<special::ellip_k>},
+    {{"erf(1)", "erf(x)", "error function", "erf(1)", "0.842700792949715"},
+     real1<special::erf>},
+    {{"erfc(1)", "erfc(x)", "complementary error function 1-erf(x), without cancellation", "erfc(1)", "0.157299207050285"},
+     real1<special::erfc>},
+    {{"erfinv(1)", "erfinv(y)", "inverse error function, -1 < y < 1", "erfinv(0.5)", "0.47693627620447"},
+     real1<special::erf_inv>},
     {{"exp(1)", "exp(z)", "exponential", "exp(1)", "2.71828182845905"}, elementary1<elementary::exp>},
+    {{"expint(1)", "expint(x)", "exponential integral E1(x), the integral of e^-t/t from x to infinity, x > 0", "expint(1)", "0.21938393439552"},
+     real1<special::exp_integral_e1>},
     {{"findpeaks(3)", "findpeaks(f(x),a,b)", "the local maxima and minima of f between a and b, each [x,f(x)]",
       "findpeaks(x^2-2*x,-3,3)", "[[1,-1]]"},
      builtin::find_peaks, false},
@@ -305,6 +327,12 @@ const Row rows[] = {
      builtin::find_roots, false},
     {{"floor(1)", "floor(z)", "largest integer not above each part", "floor(-1.5+2.5*i)", "-2+2*i"},
      complex1<FloorC>},
+    {{"gamma(1)", "gamma(z)", "gamma function of real or complex z", "gamma(1+i)", "0.498015668118356-0.154949828301811*i"},
+     elementary1<special::gamma_full>},
+    {{"gammainc(2)", "gammainc(a,x)", "regularised lower incomplete gamma function P(a,x), a > 0, x >= 0", "gammainc(2,1)", "0.264241117657115"},
+     real2<special::gamma_p>},
+    {{"gammaincc(2)", "gammaincc(a,x)", "regularised upper incomplete gamma function Q(a,x) = 1-P(a,x)", "gammaincc(2,1)", "0.735758882342885"},
+     real2<special::gamma_q>},
     {{"gcd(2)", "gcd(n1,n2)", "greatest common divisor of two integers", "gcd(12,18)", "6"}, real2<Gcd>},
     {{"hex()", "hex(x,p)", "x in hexadecimal after 0x; p fraction digits, rounded (left out: exact)", "hex(0.1,4)",
       "0x0.199a"},
@@ -319,9 +347,15 @@ const Row rows[] = {
     {{"int()", "int(f(x),x,x1,x2,n)", "integral of f from x1 to x2, starting from n intervals (n may be left out)",
       "int(x^2,x,0,3)", "9"},
      builtin::integral, false},
+    {{"lambertw()", "lambertw(x,k)", "Lambert W: w*exp(w) = x on the branch k = 0 (left out) or -1", "lambertw(1)", "0.567143290409784"},
+     builtin::lambert_w},
     {{"legendre(3)", "legendre(x,l,m)", "associated Legendre function P(l,m) at |x| <= 1, with (-1)^m",
       "legendre(0.5,2,1)", "-1.29903810567666"},
      real3<Legendre>},
+    {{"lgamma(1)", "lgamma(z)", "principal logarithm of the gamma function (cut along the negative real axis)", "lgamma(100)", "359.134205369575"},
+     elementary1<special::log_gamma_full>},
+    {{"li2(1)", "li2(x)", "dilogarithm Li2(x), the sum of x^k/k^2, of real x (complex past 1)", "li2(-1)", "-0.822467033424113"},
+     builtin::dilogarithm},
     {{"ln(1)", "ln(z)", "natural logarithm (principal value)", "ln(-1)", "3.14159265358979*i"}, elementary1<elementary::ln>},
     {{"log(1)", "log(z)", "logarithm to base 10", "log(1000)", "3"}, elementary1<elementary::log10>},
     {{"max()", "max(x1,x2,...)", "largest real part", "max(3,7,5)", "7"}, statistic<Max>},
@@ -330,7 +364,7 @@ const Row rows[] = {
     {{"min()", "min(x1,x2,...)", "smallest real part", "min(3,7,5)", "3"}, statistic<Min>},
     {{"mod(2)", "mod(a,n)", "remainder a-n*floor(a/n), with the sign of n", "mod(-7,3)", "2"}, complex2<ModC>},
     {{"perm(2)", "perm(n,k)", "n!/(n-k)!, the number of ordered k-subsets of n things", "perm(5,2)", "20"},
-     real2<Perm>},
+     real2<special::perm_real>},
     {{"permute()", "permute(a,k)", "the k-element permutations of the array a (or of 1..a); all of a without k",
       "permute(3,2)", "[[1,2],[1,3],[2,1],[2,3],[3,1],[3,2]]"},
      builtin::permute, false},
@@ -358,6 +392,10 @@ const Row rows[] = {
     {{"sign(1)", "sign(z)", "z/abs(z), and 0 for 0", "sign(-3)", "-1"}, complex1<SignC>},
     {{"sin(1)", "sin(z)", "sine", "sin(1)", "0.841470984807897"}, elementary1<elementary::sin>},
     {{"sinh(1)", "sinh(z)", "hyperbolic sine", "sinh(1)", "1.1752011936438"}, elementary1<elementary::sinh>},
+    {{"sphbesselj(2)", "sphbesselj(x,n)", "spherical Bessel function j of integer order n >= 0 at real x", "sphbesselj(1,1)", "0.301168678939757"},
+     real2<special::sph_bessel_j>},
+    {{"sphbessely(2)", "sphbessely(x,n)", "spherical Bessel function y of integer order n >= 0 at real x > 0", "sphbessely(1,0)", "-0.54030230586814"},
+     real2<special::sph_bessel_y>},
     {{"sqrt(1)", "sqrt(z)", "square root (principal value)", "sqrt(-4)", "2*i"}, elementary1<elementary::sqrt>},
     {{"sum()", "sum(f(n),n,i1,i2)", "sum of f(n) for the integers n from i1 to i2", "sum(n^2,n,1,10)", "385"},
      builtin::sum, false},
@@ -366,6 +404,8 @@ const Row rows[] = {
     {{"variance()", "variance(x1,x2,...)", "sample variance (divisor n-1) of the real parts", "variance(1,2,3,4)",
       "1.66666666666667"},
      statistic<Variance>},
+    {{"zeta(1)", "zeta(s)", "Riemann zeta function of real or complex s", "zeta(2)", "1.64493406684823"},
+     elementary1<zeta_of>},
 };
 
 const HelpEntry* help_table() {

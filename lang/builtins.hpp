@@ -75,6 +75,10 @@ Value complex_roots(const Call& call, std::span<Value> values);
 Value polynomial_fit(const Call& call, std::span<Value> values);
 Value hms_time(const Call& call, std::span<Value> values);
 
+// Special functions with their own argument shapes (builtins_special.cpp).
+Value dilogarithm(const Call& call, std::span<Value> values);
+Value lambert_w(const Call& call, std::span<Value> values);
+
 // Number bases (builtins_bases.cpp).
 Value binary_text(const Call& call, std::span<Value> values);
 Value hexadecimal_text(const Call& call, std::span<Value> values);

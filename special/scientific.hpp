@@ -31,6 +31,11 @@ double factorial_real(double x) noexcept;
 double comb_real(double n, double k) noexcept;
 double perm_real(double n, double k) noexcept;
 
+// The language's J and I: below |x| = 2 the power series in the extended
+// format, elsewhere bessel_j and bessel_i of the C face.
+double bessel_j_language(double x, double nu) noexcept;
+double bessel_i_language(double x, double nu) noexcept;
+
 double digamma(double x) noexcept;
 double beta(double a, double b) noexcept;
 

@@ -118,10 +118,12 @@ def legendre_rows():
         for x in [-1.0, -0.999999, -0.5, 0.0, 1e-10, 0.3, 0.9, 0.999999, 1.0]:
             v = legendre_ref(l, mm, x)
             # between the turning points the error counts against the largest
-            # |P| within a quarter oscillation
+            # |P| over one oscillation, dx = pi sqrt(1 - x^2) / (l + 1/2)
             env = None
             if l > 1 and abs(x) < 0.99:
-                env = max(abs(legendre_ref(l, mm, x + k / (8.0 * l))) for k in range(-2, 3))
+                dx = math.pi * math.sqrt(1 - x * x) / (l + 0.5)
+                env = max(abs(legendre_ref(l, mm, x + k * dx / 16)) for k in range(-8, 9)
+                          if abs(x + k * dx / 16) <= 1)
             emit("wave" if env else "real", "legendre", (x, float(l), float(mm)), v, env)
 
 

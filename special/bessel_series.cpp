@@ -1,10 +1,14 @@
-// The language's Bessel functions J and I: below x = 2 the power series
+// The language's Bessel functions J, I, Y and K. J and I below x = 2: the power series
 // (x/2)^nu / Gamma(nu + 1) sum_k (-+x^2/4)^k / (k! (nu+1)_k) in the extended
 // format, whose leading power the double kernel forms through logarithms
 // where it leaves the double range (up to 474 ulp at x = 1e-300); elsewhere,
 // and for negative non-integer orders (which need Y or K), the double kernels
 // of the C face. The terms fall from the first for x < 2; an alternating sum
 // loses at most a factor e of relative accuracy, far below 2^-64 * e.
+// Y and K of order nu >= 2: the double kernels at the two lowest orders
+// mu = frac(nu) and mu + 1, then the upward recurrence (stable for both) in
+// the extended format, which the double kernel runs in double and so adds
+// about one rounding per step (36 ulp after 100 steps).
 #include <cmath>
 #include <limits>
 
@@ -47,7 +51,37 @@ bool series_applies(double x, double nu, double& a, double& sign) {
     return true;
 }
 
+// Y (sign -1) or K (sign +1) of order nu >= 2 at x > 0 from the two lowest
+// orders of the double kernel.
+double recur_up(double x, double nu, double sign, double (*kernel)(double, double)) {
+    double mu = nu - std::floor(nu);
+    LD y0 = kernel(x, mu), y1 = kernel(x, mu + 1);
+    // Start values past the double range (K far out, where the kernel scales
+    // by exponents of its own) leave the order to the kernel.
+    if (!(std::fabs(y0) > 1e-290L && std::fabs(y1) > 1e-290L && std::fabs(y1) < 1e290L)) return kernel(x, nu);
+    LD two_over_x = 2 / static_cast<LD>(x);
+    long steps = static_cast<long>(nu - mu) - 1;
+    for (long k = 0; k < steps && std::fabs(y1) < 1e4000L; ++k) {
+        LD y2 = (mu + 1 + k) * two_over_x * y1 + sign * y0;
+        y0 = y1;
+        y1 = y2;
+    }
+    return static_cast<double>(y1);
+}
+
+bool recurrence_applies(double x, double nu) {
+    return x > 0 && std::isfinite(x) && nu >= 2 && nu <= 1e5;
+}
+
 }  // namespace
+
+double bessel_y_language(double x, double nu) noexcept {
+    return recurrence_applies(x, nu) ? recur_up(x, nu, -1, bessel_y) : bessel_y(x, nu);
+}
+
+double bessel_k_language(double x, double nu) noexcept {
+    return recurrence_applies(x, std::fabs(nu)) ? recur_up(x, std::fabs(nu), 1, bessel_k) : bessel_k(x, nu);
+}
 
 double bessel_j_language(double x, double nu) noexcept {
     double a, sign;

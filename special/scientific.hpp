@@ -35,6 +35,10 @@ double perm_real(double n, double k) noexcept;
 // format, elsewhere bessel_j and bessel_i of the C face.
 double bessel_j_language(double x, double nu) noexcept;
 double bessel_i_language(double x, double nu) noexcept;
+// The language's Y and K: of order >= 2 the upward recurrence in the extended
+// format from the two lowest orders of bessel_y and bessel_k.
+double bessel_y_language(double x, double nu) noexcept;
+double bessel_k_language(double x, double nu) noexcept;
 
 double digamma(double x) noexcept;
 double beta(double a, double b) noexcept;

@@ -129,12 +129,13 @@ struct Predefined {
 
 const std::map<std::string, Predefined> predefined = {
     // Bessel, Airy and Legendre: the double-precision kernels of the C face
-    // (J and I below x = 2: the extended-format series), whose recurrences
+    // (J and I below x = 2: the extended-format series; Y and K of order >= 2:
+    // the recurrence in the extended format), whose recurrences
     // and phases cost more than one ulp (docs/special.md).
     {"besselj", {[](const Args& a) { return re(sp::bessel_j_language(a[0], a[1])); }, 130}},
-    {"bessely", {[](const Args& a) { return re(BesselY(a[0], a[1])); }, 40}},
+    {"bessely", {[](const Args& a) { return re(sp::bessel_y_language(a[0], a[1])); }, 25}},
     {"besseli", {[](const Args& a) { return re(sp::bessel_i_language(a[0], a[1])); }, 16}},
-    {"besselk", {[](const Args& a) { return re(BesselK(a[0], a[1])); }, 30}},
+    {"besselk", {[](const Args& a) { return re(sp::bessel_k_language(a[0], a[1])); }, 10}},
     {"airya", {[](const Args& a) { return re(AiryAi(a[0])); }, 11}},
     {"airyb", {[](const Args& a) { return re(AiryBi(a[0])); }, 5}},
     {"legendre", {[](const Args& a) { return re(Legendre(a[0], a[1], a[2])); }, 40}},

@@ -95,6 +95,9 @@ Value correlation(const Call& call, std::span<Value> values);
 Value window(const Call& call, std::span<Value> values);
 Value filter(const Call& call, std::span<Value> values);
 Value interpolate(const Call& call, std::span<Value> values);
+// Special functions with their own argument shapes (builtins_special.cpp).
+Value dilogarithm(const Call& call, std::span<Value> values);
+Value lambert_w(const Call& call, std::span<Value> values);
 
 // Number bases (builtins_bases.cpp).
 Value binary_text(const Call& call, std::span<Value> values);

@@ -17,7 +17,7 @@
 #include "numtext/numtext_adapter.hpp"
 #include "grammar/scan.hpp"
 #include "grammar/tree.hpp"
-#include "special/special.hpp"
+#include "special/scientific.hpp"
 #include "objects/environment.hpp"
 
 namespace ostr::lang {
@@ -191,8 +191,7 @@ private:
             // noise (it is not shown either); the argument counts as real,
             // and the integers get their correctly rounded factorials.
             const bool real = std::fabs(v.num.im) <= 1e-15 * std::fabs(v.num.re);
-            const Complex g = real ? Complex{special::factorial(v.num.re), 0}
-                                   : special::gamma(Complex{v.num.re + 1, v.num.im});
+            const Complex g = special::factorial_full(real ? Complex{v.num.re, 0} : v.num);
             if (std::isfinite(g.re) && std::isfinite(g.im)) return Value::number(g);
             return Value::formula_of(Text(text(n)));
         }

@@ -106,6 +106,45 @@ OSTR_API double Mod(double a, double n) OSTR_NOEXCEPT;
    complex quotient: for real operands it is Mod; NaN for n = 0. */
 OSTR_API Complex *ModC(Complex *result, const Complex *a, const Complex *n) OSTR_NOEXCEPT;
 
+/* Further special functions, computed in the extended format and rounded
+   once (docs/special.md gives each one's method and measured error in ulps). */
+/* ln Gamma(z), the principal branch (continuous off the negative real axis,
+   real on the positive one; on the axis the value from above). */
+OSTR_API Complex *LogGammaC(Complex *result, const Complex *z) OSTR_NOEXCEPT;
+/* Gamma(z) to full double accuracy; NaN at the poles. */
+OSTR_API Complex *GammaFullC(Complex *result, const Complex *z) OSTR_NOEXCEPT;
+/* psi(x) = Gamma'(x)/Gamma(x); NaN at the poles. */
+OSTR_API double Digamma(double x) OSTR_NOEXCEPT;
+/* B(a, b) = Gamma(a) Gamma(b) / Gamma(a + b); NaN where a or b is a pole. */
+OSTR_API double Beta(double a, double b) OSTR_NOEXCEPT;
+/* Regularised incomplete gamma functions P(a, x) and Q(a, x) = 1 - P(a, x),
+   a > 0, x >= 0. */
+OSTR_API double GammaP(double a, double x) OSTR_NOEXCEPT;
+OSTR_API double GammaQ(double a, double x) OSTR_NOEXCEPT;
+/* Regularised incomplete beta function I_x(a, b), a, b > 0, 0 <= x <= 1. */
+OSTR_API double BetaInc(double a, double b, double x) OSTR_NOEXCEPT;
+/* The error function, its complement and its inverse (-1 < y < 1). */
+OSTR_API double Erf(double x) OSTR_NOEXCEPT;
+OSTR_API double Erfc(double x) OSTR_NOEXCEPT;
+OSTR_API double ErfInv(double y) OSTR_NOEXCEPT;
+/* Riemann zeta of real s (NaN at s = 1) and of complex s (|Im s| <= 5000). */
+OSTR_API double Zeta(double s) OSTR_NOEXCEPT;
+OSTR_API Complex *ZetaC(Complex *result, const Complex *s) OSTR_NOEXCEPT;
+/* The dilogarithm Li2(x) = sum x^k / k^2 for real x <= 1 (complex beyond). */
+OSTR_API double Dilog(double x) OSTR_NOEXCEPT;
+/* Lambert W on the branch 0 (x >= -1/e) or -1 (-1/e <= x < 0). */
+OSTR_API double LambertW(double x, double branch) OSTR_NOEXCEPT;
+/* Complete elliptic integrals K(m) (m < 1) and E(m) (m <= 1), m = k^2. */
+OSTR_API double EllipK(double m) OSTR_NOEXCEPT;
+OSTR_API double EllipE(double m) OSTR_NOEXCEPT;
+/* Spherical Bessel functions j_n(x) (real x) and y_n(x) (x > 0) of integer
+   order 0 <= n <= 100000. */
+OSTR_API double SphBesselJ(double x, double n) OSTR_NOEXCEPT;
+OSTR_API double SphBesselY(double x, double n) OSTR_NOEXCEPT;
+/* Exponential integrals Ei(x) (x != 0) and E1(x) (x > 0). */
+OSTR_API double ExpIntEi(double x) OSTR_NOEXCEPT;
+OSTR_API double ExpIntE1(double x) OSTR_NOEXCEPT;
+
 OSTR_END_DECLS
 
 #endif

@@ -31,7 +31,7 @@ TEST_F(Builtins, EveryNameIsRegisteredWithItsArityAndHelp) {
         EXPECT_EQ(h.form.substr(0, name.size() + 1), name + "(") << name;
     }
     EXPECT_EQ(names.size(), g->builtins.size());
-    EXPECT_EQ(names.size(), 81u);
+    EXPECT_EQ(names.size(), 100u);
     EXPECT_EQ(lang::find_help("nosuch"), nullptr);
 }
 
@@ -108,6 +108,37 @@ TEST_F(Builtins, RandomDrawsComeFromTheSessionSeed) {
         EXPECT_TRUE(r.num.re >= 2 && r.num.re <= 5 && r.num.im >= 0 && r.num.im <= 1);
     }
     check({{"randint(0,2^31)", ">invalid_expression<"}, {"rand(1+i,1+i)", "1+i"}});
+}
+
+// The further special functions at the edges of their domains: an argument
+// outside is an error word, a pole or an overflow keeps the call's text, and
+// the identities that tie them together hold through the evaluator.
+TEST_F(Builtins, SpecialFunctionDomainsAndEdges) {
+    const char* bad = ">invalid_expression<";
+    check({
+        // outside the domain, or an imaginary part where the argument is real
+        {"erfinv(2)", bad}, {"erfinv(-1.5)", bad}, {"gammainc(-1,2)", bad}, {"gammaincc(0,2)", bad},
+        {"gammainc(2,-1)", bad}, {"betainc(0,1,0.5)", bad}, {"betainc(1,1,2)", bad}, {"digamma(-3)", bad},
+        {"beta(-1,2)", bad}, {"lambertw(-1)", bad}, {"lambertw(1,-1)", bad}, {"lambertw(-0.1,1)", bad},
+        {"lambertw()", bad}, {"lambertw(1,0,0)", bad}, {"li2(1+i)", bad}, {"ellipk(2)", bad}, {"ellipe(1.5)", bad},
+        {"sphbesselj(1,0.5)", bad}, {"sphbesselj(1,-1)", bad}, {"sphbessely(0,1)", bad}, {"sphbessely(-1,1)", bad},
+        {"expint(-1)", bad}, {"erf(i)", bad}, {"ellipk(1,2)", bad}, {"gammainc(1)", bad},
+        // poles and overflow: the call's text
+        {"gamma(0)", "gamma(0)"}, {"gamma(-2)", "gamma(-2)"}, {"lgamma(0)", "lgamma(0)"}, {"zeta(1)", "zeta(1)"},
+        {"ellipk(1)", "ellipk(1)"}, {"ei(0)", "ei(0)"}, {"expint(0)", "expint(0)"}, {"gamma(172)", "gamma(172)"},
+        {"erfinv(1)", "erfinv(1)"}, {"ei(1000)", "ei(1000)"},
+        // a free name keeps the call
+        {"gamma(q)", "gamma(q)"}, {"lambertw(q,-1)", "lambertw(q,-1)"}, {"li2(q)", "li2(q)"},
+        // values at exact points and identities
+        {"gamma(5)", "24"}, {"gamma(0.5)", "1.77245385090552"}, {"lgamma(1)", "0"}, {"lgamma(2)", "0"}, {"digamma(1)+digamma(2)",
+        "-0.154431329803066"}, {"erf(0)", "0"}, {"erfc(0)", "1"}, {"erfinv(0)", "0"}, {"zeta(0)", "-0.5"},
+        {"zeta(-1)", "-0.0833333333333333"}, {"li2(0)", "0"}, {"li2(1)", "1.64493406684823"},
+        {"lambertw(0)", "0"}, {"lambertw(exp(1))", "1"}, {"lambertw(-0.1,-1)", "-3.5771520639573"},
+        {"ellipk(0)", "1.5707963267949"}, {"ellipe(0)", "1.5707963267949"}, {"sphbesselj(0,0)", "1"}, {"sphbesselj(0,3)", "0"}, {"sphbesselj(-1,1)",
+        "-0.301168678939757"}, {"gammainc(1,1)+exp(-1)", "1"}, {"betainc(1,1,0.3)", "0.3"}, {"beta(1,1)", "1"},
+        {"5.5!", "287.885277815044"}, {"gamma(6.5)", "287.885277815044"}, {"(1+i)!", "0.652965496420167+0.343065839816545*i"},
+        {"comb(1029,514)", "1.4298206864989E+308"}, {"perm(10.5,3.25)", "1420.5701114564"},
+    });
 }
 
 }  // namespace

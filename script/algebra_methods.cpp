@@ -4,6 +4,7 @@
 // eval() computes once its names have values.
 #include <cmath>
 #include <cstdint>
+#include <vector>
 
 #include "grammar/scan.hpp"
 #include "lang/globals.hpp"
@@ -19,12 +20,14 @@ using lang::Value;
 enum class Op : std::uint8_t { eval, shift, and_, or_, xor_, not_ };
 struct AlgebraMethod {
     std::string_view name;
+    std::string_view call;  // ".name(", as it stands in a call
     Op op;
     int arity;
 };
 // The rows of the algebraic type (objects/types.cpp), with what each does.
-constexpr AlgebraMethod methods[] = {{"eval", Op::eval, 0}, {"shift", Op::shift, 1}, {"and", Op::and_, 1},
-                                     {"or", Op::or_, 1},    {"xor", Op::xor_, 1},    {"not", Op::not_, 0}};
+constexpr AlgebraMethod methods[] = {
+    {"eval", ".eval(", Op::eval, 0}, {"shift", ".shift(", Op::shift, 1}, {"and", ".and(", Op::and_, 1},
+    {"or", ".or(", Op::or_, 1},      {"xor", ".xor(", Op::xor_, 1},      {"not", ".not(", Op::not_, 0}};
 
 // Integers the bit operations take: exact doubles, |x| <= 2^53, in two's
 // complement as 64-bit words.
@@ -97,7 +100,7 @@ Value apply(const AlgebraMethod& m, Value x, std::span<Value> args, Arbenv* env)
 }
 
 // Receivers these methods take: a stored number or formula, a free name,
-// a number, or a bracketed expression. Null when the text's receiver is
+// a number, or a bracketed expression. False when the text's receiver is
 // another object (an array's methods are its own).
 bool receiver_value(std::string_view base, Arbenv* env, Value* out) {
     if (base.empty()) return false;
@@ -118,19 +121,21 @@ bool receiver_value(std::string_view base, Arbenv* env, Value* out) {
 
 bool algebraic_method_atom(std::string_view text, Arbenv* env, Value* out) {
     if (text.size() < 4 || text.back() != ')') return false;
-    const std::size_t open = text.rfind('(', text.size() - 1);
-    std::size_t dot = std::string_view::npos;
+    // Most atoms that reach here are other methods' calls: a search for
+    // ".name(" turns them away before the brackets are read.
+    bool named = false;
+    for (const AlgebraMethod& m : methods) named = named || text.find(m.call) != std::string_view::npos;
+    if (!named) return false;
     // The method's own brackets: the "(" that pairs with the last ")".
     std::vector<std::uint32_t> jumps = lang::scan::bracket_jumps(text);
-    if (jumps.empty() || open == std::string_view::npos) return false;
+    if (jumps.empty()) return false;
     const std::size_t own = text.size() - 1 - jumps.back();
     for (const AlgebraMethod& m : methods) {
         if (own < m.name.size() + 1) continue;
-        std::size_t at = own - m.name.size();
+        const std::size_t at = own - m.name.size();
         if (text.substr(at, m.name.size()) != m.name || text[at - 1] != '.') continue;
-        dot = at - 1;
         Value x;
-        if (!receiver_value(text.substr(0, dot), env, &x)) return false;
+        if (!receiver_value(text.substr(0, at - 1), env, &x)) return false;
         std::vector<Value> args = lang::evaluate_list(text.substr(own + 1, text.size() - own - 2), env);
         *out = apply(m, std::move(x), args, env);
         return true;

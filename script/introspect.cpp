@@ -2,8 +2,11 @@
 // print(x), introspect() and x.introspect(), delete(x,...), restore() and
 // eval(x). Their answers are plain text (formula values) where they
 // describe, so the console shows them as they are.
+#include <algorithm>
 #include <cmath>
 #include <limits>
+#include <optional>
+#include <string>
 
 #include "grammar/scan.hpp"
 #include "lang/globals.hpp"
@@ -223,7 +226,7 @@ Value introspect_object(std::string_view name, const obj::Object* o, Arbenv* env
     out += type_of_object(o);
     if (holds_scope(o) && o->value) {
         for (const auto& [key, m] : scope_of(o)->objects)
-            if (listed(key) && !(o->tag != obj::class_definition && false)) describe(out, key, m, env);
+            if (listed(key)) describe(out, key, m, env);
         if (o->tag == obj::class_definition)
             for (const auto& [key, m] : scope_of(o)->statics) describe(out, Text("static ") + Text(key), m, env);
     } else {

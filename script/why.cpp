@@ -1,7 +1,9 @@
 // What a console user reaches for after a line: "ans", the last answer of a
 // top-level statement, and why(), one sentence on the last statement that
 // went wrong (which part, at which column, and what to write instead).
-#include <array>
+#include <optional>
+#include <string>
+#include <vector>
 
 #include "grammar/scan.hpp"
 #include "lang/globals.hpp"
@@ -110,8 +112,8 @@ std::optional<Finding> unknown_call(std::string_view t, const std::vector<bool>&
         if (q[open] || name.empty() || !lang::scan::is_plain_name(name)) continue;
         if (start > 0 && t[start - 1] == '.') continue;  // a method
         if (user_callable(env, name)) continue;
-        auto b = g ? g->builtins.find(name) : decltype(g->builtins.end()){};
-        if (g && b != g->builtins.end()) {
+        if (!g) return std::nullopt;
+        if (auto b = g->builtins.find(name); b != g->builtins.end()) {
             std::size_t close = lang::scan::matching_closer(t, open);
             if (close == std::string_view::npos || b->second.arity < 0) continue;
             int n = argument_count(t.substr(open + 1, close - open - 1));
@@ -139,8 +141,7 @@ std::optional<Finding> operator_pair(std::string_view t, const std::vector<bool>
         char p = t[k - 1];
         if (before.find(p) == std::string_view::npos) continue;
         // The comparisons of two characters are one operator.
-        if ((t[k] == '>' || t[k] == '<' || t[k] == '=') && (p == '<' || p == '>' || p == '=' || p == '~')) continue;
-        if (t[k] == '=' ) continue;
+        if ((t[k] == '>' || t[k] == '<') && (p == '<' || p == '>' || p == '=' || p == '~')) continue;
         return Finding{k + 1, std::string(1, t[k]) + " cannot follow " + std::string(1, p)};
     }
     if (!t.empty() && std::string_view("+-*/^&|<>~").find(t.back()) != std::string_view::npos)

@@ -278,10 +278,14 @@ Value delete_command(const lang::Call& call, std::span<Value>) {
         if (!find_entry(a, call.env)) return fail(Error::invalid_object);
         if (std::find(names.begin(), names.end(), a) == names.end()) names.push_back(a);
     }
+    Arbenv* top = obj::top_level_of(call.env);
     for (std::string_view n : names) {
         std::optional<Found> f = find_entry(n, call.env);
         if (!f) continue;
         obj::Object* o = f->it->second;
+        // "ans" holding the same node would keep its edges alive.
+        if (o->tag == obj::node && top->answer && top->answer->tag == obj::node && top->answer->value == o->value)
+            top->answer.reset();
         f->table->erase(f->it);
         bury(o);
     }

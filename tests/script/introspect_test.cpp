@@ -127,6 +127,7 @@ TEST_F(Introspect, DeletingANodeTakesItsEdges) {
         {"a=node(1,\"a\"),b=node(2,\"b\")", "a <- node(1,\"a\")\n\nb <- node(2,\"b\")"},
         {"a.connect(b,3)", "1"},
         {"b.inedges().size()", "1"},
+        {"a", "node(1,\"a\")"},  // ans holds the node now
         {"delete(a)", "1"},
         {"b.inedges().size()", "0"},
         {"b.isempty()", "1"},

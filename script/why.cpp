@@ -211,8 +211,17 @@ bool TopStatement::at_top(const Arbenv* env) noexcept {
 }
 
 std::string explain(std::string_view statement, std::string_view answer, Arbenv* env, std::string_view reason) {
-    std::vector<bool> q = quoted_mask(statement);
     const bool error = is_error_word(answer);
+    // A statement of many kilobytes is named by its start and not read:
+    // the line that was stopped for its length must not cost more here.
+    constexpr std::size_t max_read = 4096, shown = 60;
+    if (statement.size() > max_read) {
+        if (!error) return {};
+        std::string start(statement.substr(0, shown));
+        while (!start.empty() && (static_cast<unsigned char>(start.back()) & 0xC0) == 0x80) start.pop_back();
+        return general(start + "...", answer, reason);
+    }
+    std::vector<bool> q = quoted_mask(statement);
     if (error && answer != lang::error_word(lang::Error::evaluation_aborted)) {
         if (auto f = misspelt_operator(statement, q)) return sentence(statement, *f);
         if (auto f = unpaired_bracket(statement, q)) return sentence(statement, *f);

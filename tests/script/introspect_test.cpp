@@ -269,6 +269,14 @@ TEST_F(Introspect, WhyExplainsTheLastError) {
     });
 }
 
+// A long statement is named by its start, whatever its size.
+TEST_F(Introspect, WhyOfAVeryLongStatement) {
+    EXPECT_EQ(run("1+" + std::string(5000, '2') + "+*3"), ">invalid_expression<");
+    EXPECT_EQ(run("why()"), "1+" + std::string(58, '2') +
+                                "... answered >invalid_expression<: an operand or argument is of a kind or outside "
+                                "the range that its operator or function takes");
+}
+
 TEST_F(Introspect, WhyNamesTheReasonOfAStop) {
     script::limits().max_loop_passes = 10;
     check({

@@ -45,6 +45,11 @@ struct Arbenv {
     std::unique_ptr<ostr::obj::ObjectTable> placeholders;
     std::int32_t significant_digits = ostr::obj::default_significant_digits;
     std::int32_t random_seed = 0;
+    // Top-level only, for the running session (neither copied nor saved):
+    // the last answer of a top-level statement ("ans"), and the last
+    // statement that went wrong, explained (why()).
+    ostr::obj::OwnedObject answer;
+    ostr::Text trouble;
 };
 
 namespace ostr::obj {

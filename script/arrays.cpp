@@ -268,6 +268,8 @@ constexpr MethodRow rows[] = {
 
 }  // namespace
 
+std::span<const MethodRow> array_methods() noexcept { return rows; }
+
 const MethodRow* array_method(std::string_view name) noexcept {
     for (const MethodRow& r : rows)
         if (r.name == name) return &r;

@@ -83,6 +83,9 @@ struct MethodRow {
 };
 const MethodRow* array_method(std::string_view name) noexcept;
 const MethodRow* map_method(std::string_view name) noexcept;
+// Every row of the dispatch tables (for help and introspection).
+std::span<const MethodRow> array_methods() noexcept;
+std::span<const MethodRow> map_methods() noexcept;
 
 // Literals.
 lang::Value array_literal(std::string_view text, Arbenv* env);  // "[...]"

@@ -10,6 +10,7 @@
 #include "grammar/scan.hpp"
 #include "lang/text_cache.hpp"
 #include "script/script.hpp"
+#include "script/session_notes.hpp"
 #include "script/state.hpp"
 
 namespace ostr::script {
@@ -123,8 +124,15 @@ std::shared_ptr<const LineShape> line_of(std::string_view work) {
 Text expression_statement(const Line& l, Arbenv* env) {
     std::optional<lang::Value> v = l.block ? block_value(l.inside(), env) : lang::evaluate(l.prepared, env);
     if (!v) return {};
-    if (v->is_error() && aborted(env)) return word(lang::Error::evaluation_aborted);
-    return print_value(*v, env);
+    Text shown = v->is_error() && aborted(env) ? word(lang::Error::evaluation_aborted) : print_value(*v, env);
+    if (TopStatement::at_top(env)) note_statement(substitute(l.text, env), shown, &*v, env);
+    return shown;
+}
+
+// The answer of a top-level assignment or refused statement, noted for why().
+Text noted(const Line& l, Text answer, Arbenv* env) {
+    if (TopStatement::at_top(env)) note_statement(substitute(l.text, env), answer, nullptr, env);
+    return answer;
 }
 
 Text assignment_statement(const Line& l, Arbenv* env) {
@@ -166,9 +174,9 @@ Text several(const Line& l, Arbenv* env) {
 Text run_line(const Line& l, Arbenv* env) {
     switch (l.kind) {
     case Line::Kind::empty: return {};
-    case Line::Kind::refused: return failure(l.text, env);
+    case Line::Kind::refused: return noted(l, failure(l.text, env), env);
     case Line::Kind::several: return several(l, env);
-    case Line::Kind::assignment: return assignment_statement(l, env);
+    case Line::Kind::assignment: return noted(l, assignment_statement(l, env), env);
     case Line::Kind::expression: return expression_statement(l, env);
     }
     return {};
@@ -336,12 +344,14 @@ Text run_here(std::string_view text, Arbenv* env, bool top_level) {
         start_line();
     }
     LineEnd end(env, top_level);
+    TopStatement top(top_level ? env : nullptr);
     Text result;
     Text work;
     std::shared_ptr<const LineShape> shape;
     if (normalise(text, env, work)) shape = line_of(work);
     if (!shape || !shape->syntax_ok) {
         result = failure(text, env);
+        if (top_level) note_statement(shape ? substitute(work, env) : Text(text), result, nullptr, env);
     } else if (shape->block_depth > ostr::limits::block_text_depth) {
         // Blocks written inside each other past the bound are refused
         // before anything runs: each level would analyse the rest of the

@@ -12,18 +12,25 @@ namespace ostr::script {
 
 // Where a help text of this layer belongs.
 enum class HelpKind : unsigned char {
-    word, command, string_method, array_method, map_method, matrix_method, node_method, object_method
+    word, command, string_method, array_method, map_method, matrix_method, node_method, object_method,
+    algebraic_method, any_method
 };
 
-// One row of this layer's help table: the name, its call form and one line
-// of meaning.
+// One row of this layer's help table: the name, its call form, one line of
+// meaning (with the domain where there is one), and an example line with
+// the answer of its last statement, which a test checks.
 struct HelpText {
     HelpKind kind;
     std::string_view name;
     std::string_view form;
     std::string_view meaning;
+    std::string_view example{};
+    std::string_view answer{};
 };
 std::span<const HelpText> help_texts() noexcept;
+
+// The function reference of docs/language.md, made from both help tables.
+std::string help_reference();
 
 // The text help() answers: the topics, the entries of one name, or (for a
 // name without help) a note with the closest names.

@@ -10,6 +10,7 @@
 #include "script/help.hpp"
 #include "script/matrices.hpp"
 #include "script/script.hpp"
+#include "script/session_notes.hpp"
 #include "script/state.hpp"
 #include "script/string_methods.hpp"
 
@@ -24,7 +25,8 @@ const obj::Object* lookup(Arbenv* env, std::string_view name) {
         auto it = top->placeholders->find(name);
         return it == top->placeholders->end() ? nullptr : it->second;
     }
-    return obj::resolve(env, name);
+    const obj::Object* o = obj::resolve(env, name);
+    return o || name != "ans" ? o : last_answer(env);
 }
 
 // Atoms the evaluator leaves to this layer: blocks used as values, and
@@ -44,6 +46,7 @@ bool atom(std::string_view text, Arbenv* env, lang::Value* out) {
         *out = lang::Value::formula_of(Text(text));
         return true;
     }
+    if (introspection_atom(text, env, out) || algebraic_method_atom(text, env, out)) return true;
     if (container_atom(text, env, out)) return true;
     if (object_atom(text, env, out)) return true;
     if (string_method_call(text, env, out)) return true;
@@ -91,6 +94,8 @@ void install() {
         install_plots();
         install_string_functions();
         install_help();
+        install_why();
+        install_introspection();
     }
     install_objects();
 }

@@ -134,6 +134,8 @@ constexpr MethodRow rows[] = {
 
 }  // namespace
 
+std::span<const MethodRow> map_methods() noexcept { return rows; }
+
 const MethodRow* map_method(std::string_view name) noexcept {
     for (const MethodRow& r : rows)
         if (r.name == name) return &r;

@@ -38,6 +38,7 @@ int matrix_compare(const lang::Value& a, const lang::Value& b, lang::ops::Cond c
 
 // The methods of matrices, looked up by name; null for an unknown name.
 const MethodRow* matrix_method(std::string_view name) noexcept;
+std::span<const MethodRow> matrix_methods() noexcept;
 
 // An array of the numbers xs (real, or complex as la::cplx).
 template <class T>

@@ -382,6 +382,8 @@ constexpr MethodRow rows[] = {
 
 }  // namespace
 
+std::span<const MethodRow> matrix_methods() noexcept { return rows; }
+
 const MethodRow* matrix_method(std::string_view name) noexcept {
     for (const MethodRow& r : rows)
         if (r.name == name) return &r;

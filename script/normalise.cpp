@@ -40,6 +40,10 @@ Text unescape(std::string_view s) {
     return out;
 }
 
+// Outside strings, "%" starts a comment to the end of the line: no
+// operator, bracket or separator uses it.
+constexpr char comment_mark = '%';
+
 // Lifts the strings out of t and drops white space. False for an
 // unterminated string or a byte reserved for placeholder names.
 bool lift(std::string_view t, Arbenv* env, Text& out) {
@@ -49,6 +53,7 @@ bool lift(std::string_view t, Arbenv* env, Text& out) {
         char c = t[i];
         if (static_cast<unsigned char>(c) == 0xFF) return false;
         if (is_space(c)) continue;
+        if (c == comment_mark) break;
         if (c != '"') { out += c; continue; }
         // The first quote of the text always opens a string, even after a
         // backslash; a later one outside a string only when unescaped.

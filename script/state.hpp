@@ -41,6 +41,8 @@ struct State {
     bool line_running = false; // a top-level line is under way (its time counts)
     Limits limits;
     std::vector<Text> init_lines;  // the start-up script, read once
+    Arbenv* top_statement = nullptr;
+    std::vector<obj::OwnedObject> buried;  // deleted during the top-level line, freed at its end  // the environment of the top-level line under way (session_notes.hpp)
 };
 
 inline State& state() { return core::part_of<State, core::script_slot>(); }

@@ -141,6 +141,9 @@ TEST_F(Objects, EndlessMethodsStopAndLeakNothing) {
            {"l=[a,b],a=0,b=0,l[1].inedges()", "l <- [a,b]\n\na <- 0\n\nb <- 0\n\n[[node(2,\"\"),1],[node(1,\"\"),1]]"},
            {"l=0", "l <- 0"}});
     run("r=0,z=0,w=0");
+    // The session keeps the last answer and the last explanation for why().
+    env->answer.reset();
+    env->trouble = Text();
     EXPECT_EQ(counter.live(), before);
 }
 

@@ -9,6 +9,7 @@
 #include <complex>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "core/runtime.hpp"
@@ -237,7 +238,8 @@ Value findpeaks(const Call& call, std::span<Value>) {
 
 // Aberth-Ehrlich: every root z_k moves by w/(1 - w*sum 1/(z_k - z_j)),
 // w = p/p'(z_k), all at once; cubic convergence to simple roots, linear to
-// multiple ones, which end within about eps^(1/m) of the root.
+// multiple ones, which end within about eps^(1/m) of the root (refined
+// below).
 std::vector<cplx> aberth(std::vector<cplx> c) {
     const std::size_t n = c.size() - 1;
     std::vector<cplx> z(n);
@@ -263,6 +265,102 @@ std::vector<cplx> aberth(std::vector<cplx> c) {
         if (!moved) break;
     }
     return z;
+}
+
+// Multiple roots. Aberth leaves a root of multiplicity m as m points within
+// about |z|·ε^(1/m) of it. The m roots nearest each root, when they lie
+// within 2·|z|·(64nε)^(1/m), are a candidate cluster; from their mean,
+// Newton on p^(m-1) (for which the root is simple) converges quadratically.
+// The cluster is taken as one root of multiplicity m when Newton stays
+// within the cluster and p, p', ..., p^(m-1) all vanish there to within
+// their rounding bound 16·n·ε·Σ|d_k|·|z|^k: then no polynomial nearer than
+// that rounding has m distinct roots there. Candidates are tried from the
+// largest m down.
+constexpr std::size_t max_multiplicity = 24;
+
+// The coefficients of p^(j)/j!: d_k = C(k+j, j)·c_(k+j).
+std::vector<cplx> taylor_coefficients(const std::vector<cplx>& c, std::size_t j) {
+    std::vector<cplx> d(c.size() - j);
+    for (std::size_t k = 0; k < d.size(); ++k) {
+        double binom = 1;
+        for (std::size_t t = 1; t <= j; ++t) binom = binom * static_cast<double>(k + t) / static_cast<double>(t);
+        d[k] = binom * c[k + j];
+    }
+    return d;
+}
+
+// Horner with the running bound Σ|d_k|·|z|^k of its rounding.
+cplx horner(const std::vector<cplx>& d, cplx z, double* bound = nullptr) {
+    cplx v = 0;
+    double b = 0;
+    const double az = std::abs(z);
+    for (std::size_t k = d.size(); k-- > 0;) v = v * z + d[k], b = b * az + std::abs(d[k]);
+    if (bound) *bound = b;
+    return v;
+}
+
+// The multiple root of a candidate cluster, or nothing.
+std::optional<cplx> settle(const std::vector<cplx>& c, cplx mean, std::size_t m, double radius) {
+    const std::vector<cplx> f = taylor_coefficients(c, m - 1), df = taylor_coefficients(c, m);
+    cplx z = mean;
+    for (int it = 0; it < 40; ++it) {
+        const cplx slope = static_cast<double>(m) * horner(df, z);  // (p^(m-1)/(m-1)!)' = m·p^(m)/m!
+        if (slope == cplx(0)) break;
+        const cplx step = horner(f, z) / slope;
+        z -= step;
+        if (!(std::abs(z - mean) <= radius)) return std::nullopt;
+        if (std::abs(step) <= 2 * std::numeric_limits<double>::epsilon() * std::abs(z)) break;
+    }
+    const double tol = 16 * static_cast<double>(c.size()) * std::numeric_limits<double>::epsilon();
+    for (std::size_t j = 0; j < m; ++j) {
+        double bound;
+        const cplx v = horner(taylor_coefficients(c, j), z, &bound);
+        if (!(std::abs(v) <= tol * bound)) return std::nullopt;
+    }
+    return z;
+}
+
+void refine_multiple_roots(const std::vector<cplx>& c, std::vector<cplx>& z) {
+    const std::size_t n = z.size();
+    const double eps = std::numeric_limits<double>::epsilon();
+    std::vector<bool> done(n, false), multiple(n, false);
+    for (std::size_t k = 0; k < n; ++k) {
+        if (done[k]) continue;
+        std::vector<std::size_t> near;
+        for (std::size_t j = 0; j < n; ++j)
+            if (!done[j]) near.push_back(j);
+        std::sort(near.begin(), near.end(),
+                  [&](std::size_t a, std::size_t b) { return std::abs(z[a] - z[k]) < std::abs(z[b] - z[k]); });
+        for (std::size_t m = std::min(near.size(), max_multiplicity); m >= 2; --m) {
+            const double radius =
+                2 * std::abs(z[k]) * std::pow(64 * static_cast<double>(n) * eps, 1.0 / static_cast<double>(m));
+            if (!(std::abs(z[near[m - 1]] - z[k]) <= radius)) continue;
+            cplx mean = 0;
+            for (std::size_t t = 0; t < m; ++t) mean += z[near[t]];
+            mean /= static_cast<double>(m);
+            if (std::optional<cplx> root = settle(c, mean, m, radius)) {
+                for (std::size_t t = 0; t < m; ++t) z[near[t]] = *root, multiple[near[t]] = true;
+                for (std::size_t t = 0; t < m; ++t) done[near[t]] = true;
+                break;
+            }
+        }
+        done[k] = true;
+    }
+    // A simple root next to a cluster stopped where the cluster's loose
+    // points left it; with the cluster settled, Aberth steps on the simple
+    // roots alone (every other root deflated) finish it.
+    for (int pass = 0; pass < 3; ++pass)
+        for (std::size_t k = 0; k < n; ++k) {
+            if (multiple[k]) continue;
+            cplx p = c[n], dp = 0;
+            for (std::size_t j = n; j-- > 0;) dp = dp * z[k] + p, p = p * z[k] + c[j];
+            if (p == cplx(0)) continue;
+            cplx s = 0;
+            for (std::size_t j = 0; j < n; ++j)
+                if (j != k && z[j] != z[k]) s += 1.0 / (z[k] - z[j]);
+            const cplx step = 1.0 / (dp / p - s);
+            if (std::isfinite(step.real()) && std::isfinite(step.imag())) z[k] -= step;
+        }
 }
 
 // complexroots(p,x): the roots of a polynomial in x, with repeats, sorted
@@ -292,6 +390,7 @@ Value complexroots(const Call& call, std::span<Value>) {
     if (c.size() >= 2) {
         std::vector<cplx> z = aberth(c);
         if (z.empty()) return Value::failure(Error::evaluation_aborted);
+        refine_multiple_roots(c, z);
         roots.insert(roots.end(), z.begin(), z.end());
     }
     std::vector<Complex> out;

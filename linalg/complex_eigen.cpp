@@ -270,7 +270,7 @@ Status eigenvectors(const CMat& a, const std::vector<cplx>& w, CMat& v) {
         if (Status s = inverse_iteration(a, w[k], scale, x); s != Status::ok) return s;
         for (std::size_t i = 0; i < n; ++i) v(i, k) = x[i];
     }
-    return Status::ok;
+    return settle_clusters(a, w, scale, v);
 }
 
 }  // namespace ostr::la

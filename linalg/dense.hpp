@@ -36,7 +36,9 @@ struct Dense {
 using RMat = Dense<double>;
 using CMat = Dense<cplx>;
 
-enum class Status { ok, singular, not_square, size_mismatch, not_converged, stopped };
+// defective: a repeated eigenvalue has fewer independent eigenvectors than
+// its multiplicity, so no eigenvector matrix exists.
+enum class Status { ok, singular, not_square, size_mismatch, not_converged, stopped, defective };
 
 template <class T>
 Dense<T> identity(std::size_t n);
@@ -77,6 +79,9 @@ Status qr(const RMat& a, RMat& q, RMat& r, bool thin = false);
 // The least-squares solution of A·X ≈ B for m >= n through QR;
 // Status::singular when A has dependent columns (|r_kk| <= m·ε·‖A‖_F).
 Status least_squares(const RMat& a, const RMat& b, RMat& x);
+// The same for a complex matrix: Q unitary, R upper triangular with a
+// complex diagonal, A = Q·R.
+Status qr(const CMat& a, CMat& q, CMat& r, bool thin = false);
 
 // Symmetric eigenproblem (Householder tridiagonalisation, then implicit QL
 // with Wilkinson shifts): ascending eigenvalues w, and when `vectors` the
@@ -92,13 +97,19 @@ Status tridiagonal_eigenvalues(std::vector<double>& d, std::vector<double>& e);
 Status eigenvalues(const RMat& a, std::vector<cplx>& w);
 // Eigenvectors for the given eigenvalues by inverse iteration on A - λI
 // (two steps from a fixed start), each column normalised to unit 2-norm with
-// its largest component real and positive.
+// its largest component real and positive. A repeated eigenvalue gets an
+// orthonormal basis of its eigenspace; Status::defective when that space is
+// smaller than the eigenvalue's multiplicity (a Jordan block).
 Status eigenvectors(const RMat& a, const std::vector<cplx>& w, CMat& v);
 // The same for a general complex matrix: unitary Householder reduction to
 // Hessenberg form, then the single-shift QR iteration with Wilkinson shifts;
 // the eigenvectors by the same inverse iteration.
 Status eigenvalues(const CMat& a, std::vector<cplx>& w);
 Status eigenvectors(const CMat& a, const std::vector<cplx>& w, CMat& v);
+// The cluster check behind eigenvectors(): v holds the inverse-iteration
+// vectors for w; columns of repeated eigenvalues are replaced by a basis of
+// the eigenspace, or Status::defective. scale is ‖A‖₁ (1 for zero).
+Status settle_clusters(const CMat& a, const std::vector<cplx>& w, double scale, CMat& v);
 
 // Singular value decomposition A = U·diag(s)·Vᵀ with s descending, U m×k,
 // V n×k, k = min(m, n). With vectors: one-sided Jacobi rotations (Hestenes),
@@ -110,10 +121,15 @@ Status svd(const RMat& a, std::vector<double>& s, RMat* u, RMat* v);
 // The singular values alone of a complex matrix, descending, with the same
 // absolute accuracy.
 Status singular_values(const CMat& a, std::vector<double>& s);
+// A = U·diag(s)·Vᴴ for a complex matrix (complex one-sided Jacobi); with u
+// and v null, the values alone as singular_values.
+Status svd(const CMat& a, std::vector<double>& s, CMat* u, CMat* v);
 // The tolerance under which a singular value counts as zero: max(m, n)·ε·s₁.
 double rank_tolerance(std::size_t m, std::size_t n, double s_max) noexcept;
 // The pseudo-inverse V·diag(1/s)·Uᵀ over the singular values above the
 // tolerance.
 Status pseudo_inverse(const RMat& a, RMat& p);
+// V·diag(1/s)·Uᴴ for a complex matrix.
+Status pseudo_inverse(const CMat& a, CMat& p);
 
 }  // namespace ostr::la

@@ -15,6 +15,10 @@ enum class ListStatus : unsigned char { ok, too_many, stopped };
 // core::should_stop() answers true (polled once per segment).
 ListStatus primes_between(std::uint64_t a, std::uint64_t b, std::size_t limit, std::vector<std::uint64_t>& out);
 
+// The number of primes p with a <= p <= b, by the same sieve without
+// building the list.
+ListStatus count_primes(std::uint64_t a, std::uint64_t b, std::uint64_t& count);
+
 // Exact for every n below 2^64.
 bool is_prime(std::uint64_t n) noexcept;
 

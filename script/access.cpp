@@ -205,6 +205,17 @@ std::size_t first_method(const Access& a) {
     return k;
 }
 
+// Steps from..end on a value that a step answered: each step on whatever
+// type the one before it gave.
+Value rest(Value cur, const Access& a, std::size_t from, Args& args, Arbenv* env) {
+    for (std::size_t k = from; k < a.steps.size() && !cur.is_error(); ++k) {
+        std::vector<Value> index;
+        if (!a.steps[k].method) index.push_back(std::move(args.index[k]));
+        cur = step_on_value(std::move(cur), a.steps[k], a.steps[k].method ? args.call[k] : index, env);
+    }
+    return cur;
+}
+
 Value walk(const Access& a, Args& args, obj::Object* root, bool variable, Arbenv* env) {
     std::vector<obj::Object*> path;
     std::size_t start = 0;
@@ -227,7 +238,7 @@ Value walk(const Access& a, Args& args, obj::Object* root, bool variable, Arbenv
             Value r = call_method(path.back(), row, args.call[m], env, room);
             update_depths(path);
             if (m + 1 == a.steps.size()) return r;
-            if (!lang::is_array(r) && !lang::is_map(r)) return fail();
+            if (!lang::is_array(r) && !lang::is_map(r)) return rest(std::move(r), a, m + 1, args, env);
             keep.push_back(std::move(r));
             cur = keep.back().obj.get();
             start = m + 1;
@@ -240,12 +251,7 @@ Value walk(const Access& a, Args& args, obj::Object* root, bool variable, Arbenv
             obj::Item* it = element(cur, args.index[k]);
             if (!it) return fail(lang::Error::invalid_object);
             if (k + 1 == a.steps.size()) return lang::item_value(*it);
-            if (!is_container(it->obj)) {
-                // An instance or a node among the elements takes one method call.
-                if (k + 2 != a.steps.size() || !a.steps[k + 1].method) return fail();
-                Value receiver = lang::item_value(*it);
-                return method_on_value(receiver, a.steps[k + 1].name, args.call[k + 1], env);
-            }
+            if (!is_container(it->obj)) return rest(lang::item_value(*it), a, k + 1, args, env);
             cur = it->obj;
             continue;
         }
@@ -260,7 +266,7 @@ Value walk(const Access& a, Args& args, obj::Object* root, bool variable, Arbenv
             r = call_method(cur, row, args.call[k], env, obj::max_container_depth);
         }
         if (k + 1 == a.steps.size() || r.is_error()) return r;
-        if (!lang::is_array(r) && !lang::is_map(r)) return fail();
+        if (!lang::is_array(r) && !lang::is_map(r)) return rest(std::move(r), a, k + 1, args, env);
         keep.push_back(std::move(r));
         cur = keep.back().obj.get();
     }
@@ -337,6 +343,13 @@ bool container_atom(std::string_view text, Arbenv* env, Value* out) {
     if (c->named_base) {
         const obj::Object* root = named(a->base, env);
         if (root && root->tag == obj::matrix && root->value) return *out = matrix_chain(*a, nullptr, env), true;
+        if (root && root->tag == obj::string && a->steps.size() >= 2) {
+            // s.split(",")[2]: a string's chain goes on from its first step.
+            if (!evaluate_steps(*c, env, args, out)) return true;
+            const obj::Object* o = c->plain_operands ? root : obj::resolve(env, a->base);
+            *out = o && o->tag == obj::string ? rest(lang::value_of(o), *a, 0, args, env) : fail();
+            return true;
+        }
         if (!is_container(root)) return false;
         if (c->plain_operands && a->steps.size() == 1 && !a->steps[0].method) {
             // name[k]: the read of a loop over an array, without the walk.
@@ -356,6 +369,10 @@ bool container_atom(std::string_view text, Arbenv* env, Value* out) {
     Value base = lang::evaluate(a->base, env);
     if (base.is_error()) return *out = std::move(base), true;
     if (lang::is_matrix(base)) return *out = matrix_chain(*a, std::move(base), env), true;
+    if (base.kind == Value::Kind::object && base.obj->tag == obj::string && a->steps.size() >= 2) {
+        if (!evaluate_steps(*c, env, args, out)) return true;
+        return *out = rest(std::move(base), *a, 0, args, env), true;
+    }
     if (!lang::is_array(base) && !lang::is_map(base)) return false;
     if (!evaluate_steps(*c, env, args, out)) return true;
     *out = walk(*a, args, base.obj.get(), false, env);

@@ -60,6 +60,13 @@ struct Access {
 // Nothing when the text ends in no index or method step.
 std::optional<Access> parse_access(std::string_view text);
 
+// One step applied to a value of any type, its index or arguments evaluated
+// (an index step has one): an array's or map's element, a matrix's row, or a
+// method of the value's type (containers, matrices, strings, instances and
+// nodes); a changing method works on a copy. How a chain goes on after a step
+// answers a type other than its receiver's.
+lang::Value step_on_value(lang::Value cur, const Step& s, std::vector<lang::Value>& args, Arbenv* env);
+
 // Element equality: numbers as "==" compares them, texts exactly,
 // containers element by element.
 bool same_value(const lang::Value& a, const lang::Value& b);

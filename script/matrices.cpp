@@ -90,14 +90,22 @@ Value walk(const Access& a, std::vector<std::vector<Value>>& args, Value cur, ob
                 cur = lang::item_value(items[p]);
                 continue;
             }
-            if (!lang::is_matrix(cur)) return fail();
+            if (!lang::is_matrix(cur)) {  // a value some earlier step answered
+                cur = step_on_value(std::move(cur), s, args[k], env);
+                if (cur.is_error()) return cur;
+                continue;
+            }
             const obj::MatrixValue& m = *obj::matrix_of(cur.obj.get());
             const std::size_t p = position(args[k][0], m.rows);
             if (p == std::string_view::npos) return fail(lang::Error::invalid_object);
             cur = row_array(m, p);
             continue;
         }
-        if (!lang::is_matrix(cur)) return fail();
+        if (!lang::is_matrix(cur)) {
+            cur = step_on_value(std::move(cur), s, args[k], env);
+            if (cur.is_error()) return cur;
+            continue;
+        }
         const MethodRow* row = matrix_method(s.name);
         if (!row) return fail();
         if (row->changes && k == 0 && root) {
@@ -185,6 +193,10 @@ Value matrix_chain(const Access& a, obj::Object* root, Arbenv* env) {
     Value cur = Value::object_of(lang::ObjectPtr(obj::copy_object(root, nullptr)));
     if (cur.is_error()) return cur;
     return walk(a, args, std::move(cur), root, env);
+}
+
+Value matrix_steps(const Access& a, std::vector<std::vector<Value>>& args, Value base, Arbenv* env) {
+    return walk(a, args, std::move(base), nullptr, env);
 }
 
 Value matrix_chain(const Access& a, Value base, Arbenv* env) {

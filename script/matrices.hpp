@@ -27,6 +27,8 @@ lang::Value matrix_from_array(const obj::ArrayValue& a);
 // methods change it) or a value (they change a copy).
 lang::Value matrix_chain(const Access& a, obj::Object* root, Arbenv* env);
 lang::Value matrix_chain(const Access& a, lang::Value base, Arbenv* env);
+// The same with every step's index or arguments evaluated already.
+lang::Value matrix_steps(const Access& a, std::vector<std::vector<lang::Value>>& args, lang::Value base, Arbenv* env);
 
 // m[i][j]=x and m[i]=[...] on a matrix variable: nothing when `left` is no
 // such element, else the answer of the assignment (empty on success).

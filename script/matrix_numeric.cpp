@@ -3,9 +3,9 @@
 // number, the LU, QR and singular value decompositions, the pseudo-inverse,
 // the Kronecker product and the matrix exponential. A matrix with a formula
 // among its elements is refused with ">invalid_expression<"; so is a result
-// that would hold an infinity or NaN. The QR, pinv and the factors of the
-// SVD are real only; complex matrices get everything else, their singular
-// values (svd(), rank, norm(2), cond) through the real embedding.
+// that would hold an infinity or NaN. Complex matrices get every method, their
+// singular values alone (svd(), rank, norm(2), cond) through the real
+// embedding.
 #include <algorithm>
 #include <cmath>
 
@@ -380,33 +380,30 @@ Value matrix_lu(obj::Object* self, std::span<Value> args, Arbenv* env, std::uint
     return fail();
 }
 
-// qr(1) Q (m × m, orthogonal), qr(2) R (m × n, upper triangular); A = Q·R for
-// at least as many rows as columns.
+// qr(1) Q (m × m, orthogonal or unitary), qr(2) R (m × n, upper
+// triangular); A = Q·R for at least as many rows as columns.
 Value matrix_qr(obj::Object* self, std::span<Value> args, Arbenv* env, std::uint32_t) {
     const MatrixValue& m = mat(self);
     long long part;
-    if (kind(self) != Elements::real || !which(args[0], 1, 2, part)) return fail();
+    if (kind(self) == Elements::symbolic || !which(args[0], 1, 2, part)) return fail();
+    if (kind(self) == Elements::complex) {
+        CMat q, r;
+        la::Status st = la::qr(lang::complex_dense(m), q, r);
+        return result(st, part == 1 ? q : r, env);
+    }
     RMat q, r;
     la::Status st = la::qr(lang::real_dense(m), q, r);
     return result(st, part == 1 ? q : r, env);
 }
 
-// svd(): the singular values, descending; svd(1) U, svd(2) the diagonal
-// matrix of the values, svd(3) V, with A = U·S·Vᵀ (k = min(m, n) columns).
-Value matrix_svd(obj::Object* self, std::span<Value> args, Arbenv* env, std::uint32_t) {
-    const MatrixValue& m = mat(self);
-    long long part = 0;
-    if (kind(self) == Elements::symbolic || (!args.empty() && !which(args[0], 1, 3, part))) return fail();
+// One factor of the SVD (1 U, 2 the diagonal of the values, 3 V) of a real
+// or complex matrix.
+template <class T>
+Value svd_part(const la::Dense<T>& a, long long part, Arbenv* env) {
     std::vector<double> s;
-    if (kind(self) == Elements::complex) {  // the values only
-        if (part != 0) return fail();
-        if (la::Status st = singular_values(m, s); st != la::Status::ok) return failed(st, env);
-        return number_array(s);
-    }
-    RMat u, v;
-    la::Status st = la::svd(lang::real_dense(m), s, part == 1 ? &u : nullptr, part == 3 ? &v : nullptr);
+    la::Dense<T> u, v;
+    la::Status st = la::svd(a, s, part == 1 ? &u : nullptr, part == 3 ? &v : nullptr);
     if (st != la::Status::ok) return failed(st, env);
-    if (part == 0) return number_array(s);
     if (part == 1) return result(st, u, env);
     if (part == 3) return result(st, v, env);
     RMat d(s.size(), s.size());
@@ -414,8 +411,28 @@ Value matrix_svd(obj::Object* self, std::span<Value> args, Arbenv* env, std::uin
     return result(st, d, env);
 }
 
+// svd(): the singular values, descending; svd(1) U, svd(2) the diagonal
+// matrix of the values, svd(3) V, with A = U·S·Vᵀ (A = U·S·Vᴴ for a
+// complex matrix; k = min(m, n) columns).
+Value matrix_svd(obj::Object* self, std::span<Value> args, Arbenv* env, std::uint32_t) {
+    const MatrixValue& m = mat(self);
+    long long part = 0;
+    if (kind(self) == Elements::symbolic || (!args.empty() && !which(args[0], 1, 3, part))) return fail();
+    if (part != 0) {
+        if (kind(self) == Elements::complex) return svd_part(lang::complex_dense(m), part, env);
+        return svd_part(lang::real_dense(m), part, env);
+    }
+    std::vector<double> s;
+    if (la::Status st = singular_values(m, s); st != la::Status::ok) return failed(st, env);
+    return number_array(s);
+}
+
 Value matrix_pinv(obj::Object* self, std::span<Value>, Arbenv* env, std::uint32_t) {
-    if (kind(self) != Elements::real) return fail();
+    if (kind(self) == Elements::symbolic) return fail();
+    if (kind(self) == Elements::complex) {
+        CMat p;
+        return result(la::pseudo_inverse(lang::complex_dense(mat(self)), p), p, env);
+    }
     RMat p;
     return result(la::pseudo_inverse(lang::real_dense(mat(self)), p), p, env);
 }

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <charconv>
 
+#include "grammar/scan.hpp"
 #include "script/script.hpp"
 
 namespace ostr::script {
@@ -73,18 +74,34 @@ bool lift(std::string_view t, Arbenv* env, Text& out) {
 // After ";" a "," is implied, after ")" a "*", after "]" a ",", unless
 // what follows is "=", an operator, a closer or a separator. Openers do
 // not stop it: (a)(b) is a product and if:c,s;(x) two statements; but "["
-// after "]" is the next index of a[i][j].
+// after "]" is the next index of a[i][j], and "[" after the ")" of a call
+// (a name or method name before its "(") indexes what the call answers:
+// s.split(",")[2]. A bracketed expression times an array, (x)[1,2], stays
+// a product.
 constexpr std::string_view implicit_stop = ",+-*/^!'=)];:~&|<>.@#\"";
+
+bool name_char(char c) noexcept {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
+}
+
+// Whether the ")" at i closes the argument list of a call.
+bool closes_call(std::string_view t, std::size_t i, std::vector<std::uint32_t>& jumps) {
+    if (jumps.empty()) jumps = lang::scan::bracket_jumps(t);
+    if (jumps.empty() || jumps[i] > i) return false;
+    const std::size_t open = i - jumps[i];
+    return open > 0 && name_char(t[open - 1]);
+}
 
 Text insert_implicit(std::string_view t) {
     Text out;
     out.reserve(t.size() + t.size() / 8);
+    std::vector<std::uint32_t> jumps;  // made at the first ")[" only
     for (std::size_t i = 0; i < t.size(); ++i) {
         char c = t[i];
         out += c;
         if (i + 1 == t.size() || implicit_stop.find(t[i + 1]) != std::string_view::npos) continue;
         if (c == ';' || (c == ']' && t[i + 1] != '[')) out += ',';
-        else if (c == ')') out += '*';
+        else if (c == ')' && !(t[i + 1] == '[' && closes_call(t, i, jumps))) out += '*';
     }
     return out;
 }

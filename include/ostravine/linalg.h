@@ -55,7 +55,9 @@ OSTR_API double *EigenvaluesSymM(double **a) OSTR_NOEXCEPT;
 OSTR_API double **EigenvectorsSymM(double **a, double **w) OSTR_NOEXCEPT;
 
 /* Eigenvalues of a general real square matrix (complex pairs adjacent), and
-   unit eigenvectors for them as the columns of a complex matrix. */
+   unit eigenvectors for them as the columns of a complex matrix; a repeated
+   eigenvalue gets a basis of its eigenspace, and a matrix without a full set
+   of eigenvectors (a Jordan block) gives NULL, here and in EigenvectorsMC. */
 OSTR_API Complex *EigenvaluesM(double **a) OSTR_NOEXCEPT;
 OSTR_API Complex **EigenvectorsM(double **a) OSTR_NOEXCEPT;
 /* The same for a general complex square matrix: eigenvalues in the order

@@ -3,6 +3,7 @@
 // unity), and the bad inputs. polyfit and hmstime, which take or give
 // arrays, are checked by the examples of docs/language.md.
 #include <cmath>
+#include <string>
 #include <vector>
 
 #include "eval_support.hpp"
@@ -75,6 +76,42 @@ TEST_F(Roots, ComplexrootsOfPolynomials) {
     r = items("complexroots(x^2-c,x)");
     ASSERT_EQ(r.size(), 2u);
     EXPECT_NEAR(r[1].re, 2, 1e-15);
+}
+
+// Multiple roots come out to nearly full accuracy, not 16/m digits. The
+// roots were confirmed with mpmath at 60 digits:
+//   mp.polyroots(coefficients, maxsteps=2000, extraprec=2000)
+// on the expanded integer or dyadic coefficients (sympy's Poly).
+TEST_F(Roots, ComplexrootsSettlesMultipleRoots) {
+    const std::pair<const char*, std::vector<Complex>> table[] = {
+        {"(x-1)^5", {{1, 0}, {1, 0}, {1, 0}, {1, 0}, {1, 0}}},
+        {"(x-2)^3*(x+1)^2", {{-1, 0}, {-1, 0}, {2, 0}, {2, 0}, {2, 0}}},
+        {"(x^2+1)^3", {{0, -1}, {0, -1}, {0, -1}, {0, 1}, {0, 1}, {0, 1}}},
+        {"(x-0.5)^3*(x+0.25)^2*(x-2)", {{-0.25, 0}, {-0.25, 0}, {0.5, 0}, {0.5, 0}, {0.5, 0}, {2, 0}}},
+        {"(x-i)^3*(x+1)", {{-1, 0}, {0, 1}, {0, 1}, {0, 1}}},
+        {"(x-1)^8*(x+2)", {{-2, 0}, {1, 0}, {1, 0}, {1, 0}, {1, 0}, {1, 0}, {1, 0}, {1, 0}, {1, 0}}},
+        {"(x-3)^12", std::vector<Complex>(12, Complex{3, 0})},
+        {"x^2*(x-1.5)^4", {{0, 0}, {0, 0}, {1.5, 0}, {1.5, 0}, {1.5, 0}, {1.5, 0}}},
+    };
+    for (const auto& [p, want] : table) {
+        const std::vector<Complex> r = items("complexroots(" + std::string(p) + ",x)");
+        ASSERT_EQ(r.size(), want.size()) << p;
+        for (std::size_t k = 0; k < r.size(); ++k) {
+            const double tol = 8e-16 * std::max(1.0, std::hypot(want[k].re, want[k].im));
+            EXPECT_NEAR(r[k].re, want[k].re, tol) << p << " root " << k;
+            EXPECT_NEAR(r[k].im, want[k].im, tol) << p << " root " << k;
+        }
+    }
+    // Roots 1e-3 apart are no cluster: both stay, each as accurate as its
+    // conditioning allows (a root 1e-3 from a double one loses about 9 digits).
+    const std::vector<Complex> r = items("complexroots((x-1)*(x-1.001),x)");
+    ASSERT_EQ(r.size(), 2u);
+    EXPECT_NEAR(r[0].re, 1, 1e-13);
+    EXPECT_NEAR(r[1].re, 1.001, 1e-13);
+    const std::vector<Complex> q = items("complexroots((x-1)^2*(x-1.001),x)");
+    ASSERT_EQ(q.size(), 3u);
+    EXPECT_NEAR(q[0].re, 1, 1e-12);
+    EXPECT_NEAR(q[2].re, 1.001, 1e-9);
 }
 
 TEST_F(Roots, BadInputIsAnErrorWord) {

@@ -21,22 +21,53 @@ bool by_trial(u64 n) {
 }
 
 TEST(Primes, SieveAgreesWithTrialDivision) {
-    // The second range straddles the first segment boundary (2^16 numbers
-    // per segment), the third starts past 10^12.
-    const std::pair<u64, u64> ranges[] = {{0, 200000}, {65530, 65560}, {1000000000000, 1000000003000},
-                                          {2, 2}, {4, 4}, {0, 1}, {131071, 131071}, {17, 18}};
+    // A segment holds 30 * 32768 = 983040 numbers: ranges straddle the first
+    // two boundaries; others start and end on and beside wheel residues,
+    // start past 10^12 and 2^42 (whose sieving primes come from the sieve
+    // itself), and hold a single number.
+    const std::pair<u64, u64> ranges[] = {{0, 200000},
+                                          {983000, 983100},
+                                          {1966000, 1966200},
+                                          {1000000000000, 1000000003000},
+                                          {4398046510000, 4398046513000},
+                                          {2, 2}, {3, 5}, {4, 4}, {0, 1}, {1, 1}, {6, 7}, {7, 7}, {8, 10},
+                                          {29, 31}, {30, 30}, {31, 31}, {49, 49}, {131071, 131071}, {17, 18},
+                                          {120, 150}, {961, 961}};
     for (auto [a, b] : ranges) {
         std::vector<u64> got;
         ASSERT_EQ(num::primes_between(a, b, 1000000, got), num::ListStatus::ok);
         std::vector<u64> want;
+        // From 10^12 on Miller-Rabin (checked below against trial division)
+        // stands in for trial division, which would take a minute there.
         for (u64 n = a; n <= b; ++n)
-            if (by_trial(n)) want.push_back(n);
+            if (a >= 1000000000000 ? num::is_prime(n) : by_trial(n)) want.push_back(n);
         EXPECT_EQ(got, want) << a << ".." << b;
+        u64 count = 0;
+        ASSERT_EQ(num::count_primes(a, b, count), num::ListStatus::ok);
+        EXPECT_EQ(count, want.size()) << a << ".." << b;
     }
     std::vector<u64> p;
     EXPECT_EQ(num::primes_between(0, 100, 25, p), num::ListStatus::ok);
     p.clear();
     EXPECT_EQ(num::primes_between(0, 100, 24, p), num::ListStatus::too_many);
+    EXPECT_EQ(p.size(), 24u);
+}
+
+TEST(Primes, CountsMatchKnownValues) {
+    // pi(x) from the published tables; the last one is 10^9 + 7.
+    const std::pair<std::pair<u64, u64>, u64> known[] = {{{0, 1000000}, 78498},
+                                                          {{1, 100000000}, 5761455},
+                                                          {{1000000000, 1000000007}, 1},
+                                                          {{100000000, 100000000}, 0}};
+    for (auto [range, want] : known) {
+        u64 count = 0;
+        ASSERT_EQ(num::count_primes(range.first, range.second, count), num::ListStatus::ok);
+        EXPECT_EQ(count, want) << range.first << ".." << range.second;
+    }
+    std::vector<u64> all;
+    ASSERT_EQ(num::primes_between(90000000, 100000000, 10000000, all), num::ListStatus::ok);
+    EXPECT_EQ(all.size(), 5761455u - 5216954u);  // pi(10^8) - pi(9*10^7)
+    EXPECT_EQ(all.back(), 99999989u);
 }
 
 TEST(Primes, MillerRabinIsExactOnHardCases) {

@@ -125,6 +125,39 @@ TEST_F(Containers, DeliberateRules) {
     });
 }
 
+// A chain goes on whatever type a step answers: a matrix made from an
+// array, an array split from a string, a string taken from an array, a
+// user function's array. "[" after a call's ")" indexes; after a bracketed
+// expression it still multiplies.
+TEST_F(Containers, ChainsGoOnAfterEveryType) {
+    check({
+        {"[[1,2],[3,4]].matrix().det()", "-2"},
+        {"s=\"a,b,c\"", "s <- \"a,b,c\""},
+        {"s.split(\",\")[2]", "\"b\""},
+        {"s.split(\",\")[2].upper()", "\"B\""},
+        {"s.upper().split(\",\")[3]", "\"C\""},
+        {"\"x;y\".split(\";\")[1]", "\"x\""},
+        {"s.split(\",\")[4]", ">invalid_object<"},
+        {"s.split(\",\").nope()", ">invalid_expression<"},
+        {"a=[[1,2],[3,4]]", "a <- [[1,2],[3,4]]"},
+        {"a.matrix()[2][1]", "3"},
+        {"a.matrix().transpose().array()[1]", "[1,3]"},
+        {"a.matrix().array().size()", "2"},
+        {"a.matrix().swap(1,2)[1]", "[3,4]"},
+        {"a.matrix().nope()", ">invalid_expression<"},
+        {"a", "[[1,2],[3,4]]"},
+        {"l=[\"ab\",matrix:[1,2],[3,4];]", "l <- [\"ab\",matrix:[1,2],[3,4];]"},
+        {"l[1].upper()", "\"AB\""},
+        {"l[2].det()", "-2"},
+        {"l[2].transpose()[1][2]", "3"},
+        {"l[1][1]", ">invalid_expression<"},
+        {"f(x)=[x,2*x]", "f(x) <- [x,2*x]"},
+        {"f(3)[2]", "6"},
+        {"(2)[1,2]", "[2,4]"},
+        {"abs(-2)[1]", ">invalid_expression<"},
+    });
+}
+
 // Reading a variable takes a reference to its block; the first change
 // through a holder that shares it copies it for that holder alone.
 TEST_F(Containers, ValuesShareOneBlockUntilOneChanges) {

@@ -7,7 +7,9 @@
 #include "lang/globals.hpp"
 #include "grammar/scan.hpp"
 #include "script/containers.hpp"
+#include "script/files.hpp"
 #include "script/help.hpp"
+#include "script/history.hpp"
 #include "script/matrices.hpp"
 #include "script/script.hpp"
 #include "script/state.hpp"
@@ -91,6 +93,8 @@ void install() {
         install_plots();
         install_string_functions();
         install_help();
+        install_files();
+        install_history();
     }
     install_objects();
 }

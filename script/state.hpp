@@ -41,6 +41,8 @@ struct State {
     bool line_running = false; // a top-level line is under way (its time counts)
     Limits limits;
     std::vector<Text> init_lines;  // the start-up script, read once
+    std::vector<obj::HistoryEntry>* history_aside = nullptr;  // the top-level line's real history list
+    int history_runs = 0;  // history(n) calls nested in the line under way
 };
 
 inline State& state() { return core::part_of<State, core::script_slot>(); }

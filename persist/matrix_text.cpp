@@ -38,14 +38,16 @@ std::string_view trimmed(std::string_view s) noexcept {
     return s.substr(a, s.find_last_not_of(blanks) - a + 1);
 }
 
-// The fields of one non-blank line; false for an empty field between commas.
+// The fields of one non-blank line; false for an empty field between commas
+// and for more fields than a table may hold (a line of a huge file would
+// otherwise make a list of views larger than the file).
 bool split_fields(std::string_view line, std::vector<std::string_view>& fields) {
     fields.clear();
     if (line.find(',') != std::string_view::npos) {
         for (std::size_t at = 0;;) {
             const std::size_t comma = line.find(',', at);
             std::string_view f = trimmed(line.substr(at, comma == std::string_view::npos ? comma : comma - at));
-            if (f.empty()) return false;
+            if (f.empty() || fields.size() == max_table_cells) return false;
             fields.push_back(f);
             if (comma == std::string_view::npos) return true;
             at = comma + 1;
@@ -53,6 +55,7 @@ bool split_fields(std::string_view line, std::vector<std::string_view>& fields) 
     }
     for (std::size_t at = line.find_first_not_of(blanks); at != std::string_view::npos;) {
         const std::size_t end = line.find_first_of(blanks, at);
+        if (fields.size() == max_table_cells) return false;
         fields.push_back(line.substr(at, end == std::string_view::npos ? end : end - at));
         at = end == std::string_view::npos ? end : line.find_first_not_of(blanks, end);
     }
@@ -114,8 +117,15 @@ Text matrix_text(double** m, char separator) {
 
 bool valid_separator(std::int32_t s) noexcept { return s == ',' || s == ' ' || s == '\t'; }
 
+// Only a regular file (or none yet) is written: opening a pipe for writing
+// would wait for a reader.
+bool writable(const char* name) noexcept {
+    struct stat st;
+    return name && (::stat(name, &st) != 0 || S_ISREG(st.st_mode));
+}
+
 bool write_file(const char* name, std::string_view bytes) {
-    std::FILE* f = name ? std::fopen(name, "wb") : nullptr;
+    std::FILE* f = writable(name) ? std::fopen(name, "wb") : nullptr;
     if (!f) return false;
     const bool ok = std::fwrite(bytes.data(), 1, bytes.size(), f) == bytes.size();
     return std::fclose(f) == 0 && ok;
@@ -148,6 +158,7 @@ TableError parse_table(std::string_view text, NumberTable& out) {
         if (line.empty()) continue;
         if (!split_fields(line, fields)) return TableError::malformed;
         const std::size_t before = out.cells.size();
+        if (before + fields.size() > max_table_cells) return TableError::too_large;
         if (!append_row(fields, out)) {
             if (!first) return TableError::malformed;
             out.cells.resize(before);
@@ -157,7 +168,6 @@ TableError parse_table(std::string_view text, NumberTable& out) {
         }
         if (out.rows == 0) out.cols = fields.size();
         if (fields.size() != out.cols) return TableError::malformed;
-        if (out.cells.size() > max_table_cells) return TableError::too_large;
         ++out.rows;
         first = false;
     }
@@ -255,7 +265,7 @@ int32_t WriteMatrixText(double** m, const char* fileName, int32_t separator) noe
 
 int32_t WriteMatrixBinary(double** m, const char* fileName) noexcept {
     std::size_t rows, cols;
-    if (!fileName || !shape_of(m, rows, cols)) return 0;
+    if (!writable(fileName) || !shape_of(m, rows, cols)) return 0;
     ArbTree* tree = initializeArbTree();
     if (!tree) return 0;
     int32_t ok = 0;

@@ -7,6 +7,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "ostravine.h"
@@ -93,6 +94,10 @@ static void round_trips(void) {
     FreeMatrix(back);
     check(WriteMatrixText(m, "m.csv", 'x') == 0 && WriteMatrixText(m, "no_dir/m.csv", ',') == 0,
           "text file refused");
+    check(mkfifo("pipe", 0600) == 0 && WriteMatrixText(m, "pipe", ',') == 0 && WriteMatrixBinary(m, "pipe") == 0 &&
+              ReadMatrixText("pipe") == NULL && ReadMatrixBinary("pipe") == NULL,
+          "a pipe is never waited on");
+    remove("pipe");
     check(ReadMatrixText("missing.csv") == NULL && ReadMatrixText(".") == NULL && ReadMatrixText(NULL) == NULL,
           "text file missing");
 

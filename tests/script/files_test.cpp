@@ -7,6 +7,7 @@
 
 #include <filesystem>
 
+#include "objects/matrix.hpp"
 #include "scratch_dir.hpp"
 #include "script_support.hpp"
 
@@ -102,6 +103,15 @@ TEST_F(Files, NumericTextForms) {
         EXPECT_EQ(run("readmatrix(\"t.csv\")"), c.matrix) << c.content;
         EXPECT_EQ(run("readvector(\"t.csv\")"), c.vector) << c.content;
     }
+    // One number past the bound of a matrix, in rows and in one line.
+    std::string rows;
+    for (std::size_t k = 0; k <= obj::max_matrix_elements; ++k) rows += "1\n";
+    ScratchDir::put("t.csv", rows);
+    EXPECT_EQ(run("readvector(\"t.csv\")"), ">malformed_csv<");
+    for (char& c : rows) c = c == '\n' ? ',' : c;
+    rows.back() = '\n';
+    ScratchDir::put("t.csv", rows);
+    EXPECT_EQ(run("readmatrix(\"t.csv\")"), ">malformed_csv<");
 }
 
 // Each failure names its reason, and a failed command changes no file.

@@ -11,6 +11,7 @@
 #include "ostravine/bignum.h"
 #include "ostravine/hash.h"
 #include "ostravine/persist.h"
+#include "ostravine/matrixfile.h"
 #include "ostravine/plot.h"
 #include "ostravine/environment.h"
 #include "ostravine/envio.h"

@@ -20,4 +20,10 @@ void SetSignificantDigits(Arbenv* env, int32_t n) noexcept {
     if (env) env->significant_digits = n;
 }
 
+int32_t GetHistoryFlag(const Arbenv* env) noexcept { return env ? env->history_flag : 0; }
+
+void SetHistoryFlag(Arbenv* env, int32_t on) noexcept {
+    if (env) env->history_flag = on ? 1 : 0;
+}
+
 }

@@ -90,9 +90,8 @@ Object* copy_scoped(const Object* s, Arbenv* env) {
 Value numeric_value_of(const Object* o) { return Value::number(numeric_value(o)); }
 
 Value error_from_text(std::string_view t) {
-    for (auto e : {Error::invalid_expression, Error::invalid_object, Error::invalid_assignment,
-                   Error::evaluation_aborted})
-        if (t == error_word(e)) return Value::failure(e);
+    for (std::size_t k = 0; k < error_count; ++k)
+        if (t == error_word(static_cast<Error>(k))) return Value::failure(static_cast<Error>(k));
     return Value::failure();
 }
 

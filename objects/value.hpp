@@ -12,10 +12,17 @@
 
 namespace ostr::obj {
 
-enum class Error : std::uint8_t { invalid_expression, invalid_object, invalid_assignment, evaluation_aborted };
+// The file commands' words name why a file could not be used.
+enum class Error : std::uint8_t {
+    invalid_expression, invalid_object, invalid_assignment, evaluation_aborted,
+    file_not_found, file_not_readable, is_a_directory, file_not_writable, malformed_csv, malformed_file
+};
+inline constexpr std::size_t error_count = 10;
 inline std::string_view error_word(Error e) noexcept {
-    constexpr std::string_view words[] = {">invalid_expression<", ">invalid_object<", ">invalid_assignment<",
-                                          ">evaluation_aborted<"};
+    constexpr std::string_view words[error_count] = {
+        ">invalid_expression<", ">invalid_object<", ">invalid_assignment<", ">evaluation_aborted<",
+        ">file_not_found<",     ">file_not_readable<", ">is_a_directory<",  ">file_not_writable<",
+        ">malformed_csv<",      ">malformed_file<"};
     return words[static_cast<std::size_t>(e)];
 }
 

@@ -9,6 +9,7 @@
 #include "formula/formula.hpp"
 #include "grammar/scan.hpp"
 #include "lang/text_cache.hpp"
+#include "script/history.hpp"
 #include "script/script.hpp"
 #include "script/session_notes.hpp"
 #include "script/state.hpp"
@@ -34,7 +35,7 @@ Text word(lang::Error e) { return Text(lang::error_word(e)); }
 // The answer of a script that fails its pre-checks.
 Text failure(std::string_view script, Arbenv* env) {
     Text r = word(aborted(env) ? lang::Error::evaluation_aborted : lang::Error::invalid_expression);
-    if (env->history_flag) env->history.push_back({Text(script), r});
+    if (env->history_flag) record_history(env->history, script, r);
     return r;
 }
 
@@ -223,11 +224,17 @@ public:
         std::vector<obj::HistoryEntry> scratch(2);
         env->history.swap(scratch);
         saved_.swap(scratch);
+        if (!history_aside()) {
+            set_history_aside(&saved_);
+            registered_ = true;
+        }
     }
     ~SetAside() { restore(); }
     SetAside(const SetAside&) = delete;
     SetAside& operator=(const SetAside&) = delete;
     void restore() noexcept {
+        if (registered_) set_history_aside(nullptr);
+        registered_ = false;
         if (flag_ && !restored_) env_->history.swap(saved_);
         env_->history_flag = flag_;
         restored_ = true;
@@ -237,6 +244,7 @@ private:
     Arbenv* env_;
     std::uint8_t flag_;
     bool restored_ = false;
+    bool registered_ = false;
     std::vector<obj::HistoryEntry> saved_;
 };
 
@@ -363,7 +371,7 @@ Text run_here(std::string_view text, Arbenv* env, bool top_level) {
         SetAside aside(env);
         result = run_line(shape->line, env);
         aside.restore();
-        if (env->history_flag) env->history.push_back({Text(text), result});
+        if (env->history_flag) record_history(env->history, text, result);
     }
     return result;
 }

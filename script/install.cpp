@@ -7,7 +7,9 @@
 #include "lang/globals.hpp"
 #include "grammar/scan.hpp"
 #include "script/containers.hpp"
+#include "script/files.hpp"
 #include "script/help.hpp"
+#include "script/history.hpp"
 #include "script/matrices.hpp"
 #include "script/script.hpp"
 #include "script/session_notes.hpp"
@@ -96,6 +98,8 @@ void install() {
         install_help();
         install_why();
         install_introspection();
+        install_files();
+        install_history();
     }
     install_objects();
 }

@@ -8,6 +8,7 @@
 #include <cmath>
 
 #include "lang/globals.hpp"
+#include "script/files.hpp"
 #include "script/matrices.hpp"
 #include "script/script.hpp"
 
@@ -302,8 +303,10 @@ Value m_array(obj::Object* self, std::span<Value>, Arbenv*, std::uint32_t) {
 }
 
 // writematrix(): the matrix as text, one line per row, elements separated
-// by commas (the form spreadsheets read).
+// by commas (the form spreadsheets read); writematrix("file") writes the
+// file in full precision, as writematrix("file", m) does.
 Value m_writematrix(obj::Object* self, std::span<Value> args, Arbenv* env, std::uint32_t) {
+    if (args.size() == 1) return write_matrix_file(args[0], mat(self));
     if (!args.empty()) return fail();
     const MatrixValue& m = mat(self);
     Text out;

@@ -41,8 +41,10 @@ struct State {
     bool line_running = false; // a top-level line is under way (its time counts)
     Limits limits;
     std::vector<Text> init_lines;  // the start-up script, read once
-    Arbenv* top_statement = nullptr;
-    std::vector<obj::OwnedObject> buried;  // deleted during the top-level line, freed at its end  // the environment of the top-level line under way (session_notes.hpp)
+    Arbenv* top_statement = nullptr;  // the environment of the top-level line under way (session_notes.hpp)
+    std::vector<obj::OwnedObject> buried;  // deleted during the top-level line, freed at its end
+    std::vector<obj::HistoryEntry>* history_aside = nullptr;  // the top-level line's real history list
+    int history_runs = 0;  // history(n) calls nested in the line under way
 };
 
 inline State& state() { return core::part_of<State, core::script_slot>(); }

@@ -170,6 +170,9 @@ int main(int argc, char **argv) {
         TerminateGlobals();
         return 1;
     }
+    /* The console keeps the history of its lines (history() shows it), also
+       in an environment saved before it kept one. */
+    SetHistoryFlag(live_env, 1);
     int stopped_by = 0;
     if (at_terminal()) stopped_by = run_terminal(live_env);
     else run_loop(live_env);

@@ -28,6 +28,15 @@ OSTR_API void TerminateEnvironment(Arbenv *env) OSTR_NOEXCEPT;
 OSTR_API int32_t GetSignificantDigits(const Arbenv *env) OSTR_NOEXCEPT;
 OSTR_API void SetSignificantDigits(Arbenv *env, int32_t n) OSTR_NOEXCEPT;
 
+/* The history flag: while it is set, every line run by ArbevalScript with
+   flag 1 is recorded with its answer in the environment's history, which
+   history() shows and history(n) runs again (docs/language.md). A new
+   environment starts with it clear; the console sets it. The flag and the
+   history travel with the environment record (writeArbenv). GetHistoryFlag
+   answers 0 or 1 (0 for NULL); SetHistoryFlag sets it for a non-zero on. */
+OSTR_API int32_t GetHistoryFlag(const Arbenv *env) OSTR_NOEXCEPT;
+OSTR_API void SetHistoryFlag(Arbenv *env, int32_t on) OSTR_NOEXCEPT;
+
 OSTR_END_DECLS
 
 #endif

@@ -1,8 +1,11 @@
 // Every statement example of docs/language.md, run (the lines of its
-// ```script blocks, each block in a fresh environment), and the realistic
-// sessions of data/realistic.md in the same form.
+// ```script blocks, each block in a fresh environment that keeps a history,
+// as the console's does), and the realistic sessions of data/realistic.md
+// in the same form. Examples that write files write into a scratch
+// directory.
 #include <string>
 
+#include "scratch_dir.hpp"
 #include "script_support.hpp"
 #include "support/doc_examples.hpp"
 
@@ -17,11 +20,13 @@ protected:
             [&] {
                 obj::free_environment(env);
                 env = obj::make_top_level();
+                env->history_flag = 1;
             },
             [&](const std::string& input, const std::string& want, const std::string& line) {
                 EXPECT_EQ(run(input), expected(want)) << line;
             });
     }
+    ScratchDir scratch;
     // "  ||  " in an answer stands for the blank line between the answers of
     // several statements; "(empty)" for the empty answer.
     static std::string expected(std::string want) {

@@ -163,5 +163,22 @@ TEST(Console, SaveFailsWhenTheTemporaryCannotBeMade) {
     EXPECT_EQ(s.run("x\n\n").out, transcript({"1"}));
 }
 
+// Files written in one session are read in the next, in the session's
+// working directory; nothing is written outside it.
+TEST(Console, FilesWrittenInOneSessionAreReadInTheNext) {
+    Scratch s;
+    fs::create_directory(s / "data");
+    Outcome first = s.run(
+        "m=matrix:[0.1,2],[1/3,-4];\nwritematrix(\"data/m.csv\",m)\nwrite(\"all.val\",[\"t\",x*y,big(2)^70])>0\n"
+        "write(\"../outside.val\",1)\n\n");
+    EXPECT_EQ(first.out, msg_missing + transcript({"m <- matrix:[0.1,2],[1/3,-4];", "28", "1", ">file_not_writable<"}));
+    EXPECT_EQ(read_file(s / "data" / "m.csv"), "0.1,2\n0.3333333333333333,-4\n");
+    EXPECT_FALSE(fs::exists(s.dir().parent_path() / "outside.val"));
+    Outcome second =
+        s.run("readmatrix(\"data/m.csv\")==m\nread(\"all.val\")\nl=listf(),l.contains([\"data/\",0])\nreadstring(\"data\")\n\n");
+    EXPECT_EQ(second.out, transcript({"1", "[\"t\",x*y,1180591620717411303424]", "l <- listf()\n\n1",
+                                      ">is_a_directory<"}));
+}
+
 }  // namespace
 }  // namespace ostr::test

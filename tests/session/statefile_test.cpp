@@ -6,6 +6,7 @@
 
 #include "console.hpp"
 #include "ostravine/core.h"
+#include "ostravine/environment.h"
 #include "ostravine/envio.h"
 #include "ostravine/hash.h"
 #include "ostravine/persist.h"
@@ -187,6 +188,33 @@ TEST(StateFile, SessionsFindEveryKindOfDefinitionAgain) {
             << pass;
         EXPECT_EQ(r.code, 0);
     }
+}
+
+// The console keeps a history of its lines; it travels in the state file
+// and the next session lists and runs those lines.
+TEST(StateFile, HistorySurvivesARestart) {
+    Scratch s;
+    Outcome first = s.run("x=2\nx=x*3,y=\"a b\"\n\n");
+    EXPECT_EQ(first.out, msg_missing + transcript({"x <- 2", "x <- x*3\n\ny <- \"a b\""}));
+    const std::string listing = "1: x=2\n   x <- 2\n2: x=x*3,y=\"a b\"\n   x <- x*3\n   y <- \"a b\"";
+    Outcome second = s.run("history()\nhistory(2)\nx\n\n");
+    EXPECT_EQ(second.out, transcript({listing, "x <- x*3\n\ny <- \"a b\"", "18"}));
+    const std::string third = s.run("history()\n\n").out;
+    EXPECT_TRUE(third.starts_with("\n: : " + listing + "\n3: history()\n   1: x=2\n")) << third;
+    EXPECT_TRUE(third.ends_with("\n4: history(2)\n   x <- x*3\n   y <- \"a b\"\n5: x\n   18\n\n\n: ")) << third;
+}
+
+// A state file whose environment kept no history (the form every earlier
+// session saved) loads as it is and starts one.
+TEST(StateFile, AnEnvironmentWithoutHistoryLoadsAndStartsOne) {
+    Arbenv* env = InitializeTopLevelEnvironment();
+    ASSERT_EQ(GetHistoryFlag(env), 0);
+    FreeString(ArbevalScript("old=7", env, 1));
+    Scratch s;
+    write_file(s / state_name, with_digest(tree_body("mathAE", env, "arbeval_environment")));
+    Outcome r = s.run("history()\nold\n\n");
+    EXPECT_EQ(r.out, transcript({"no history", "7"}));
+    EXPECT_EQ(s.run("history()\n\n").out, transcript({"1: history()\n   no history\n2: old\n   7"}));
 }
 
 }  // namespace

@@ -178,13 +178,6 @@ std::size_t name_start(std::string_view t, std::size_t end) {
     return end;
 }
 
-std::size_t find_additive(std::string_view t, char sign, Jumps jumps) {
-    Found f = walk_backward(t, jumps, [&](std::size_t i) {
-        return t[i] == sign && (i == 0 || !is_sign(t, i));
-    });
-    return f.found() ? f.pos : npos;
-}
-
 Split find_split(std::string_view t, Jumps jumps) {
     // One pass collects every binary operator at depth zero; the split rule
     // then takes the first operator of ops::split_order that occurs.

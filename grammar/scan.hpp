@@ -60,11 +60,6 @@ bool exponent_sign(std::string_view text, std::size_t pos);
 // that ends at `end`.
 std::size_t name_start(std::string_view text, std::size_t end);
 
-// The rightmost binary `sign` ("+" or "-") at depth zero; 0 for a leading
-// sign and npos for none. Callers take a position of 0 or none as "no
-// operator".
-std::size_t find_additive(std::string_view text, char sign, Jumps jumps = {});
-
 // Where to cut an arithmetic expression: the operator and every position
 // at which it stands as a binary operator at depth zero, ascending. Cutting
 // at all of them at once and folding gives the same tree as cutting at one

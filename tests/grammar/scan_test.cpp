@@ -14,24 +14,6 @@ namespace {
 
 constexpr std::size_t none = npos;
 
-TEST(Scan, SplitPositionRows) {
-    struct Row { const char* text; std::size_t at; };
-    const Row rows[] = {
-        {"1E-3+1", 4}, {"1e+5", none}, {"2e+1-1", 4}, {"2*-3", 1}, {"a-b+c", 3}, {"a+b-c", 1},
-        {"a/b*c", 3}, {"a*b/c", 1}, {"a/b/c", 3}, {"2^3^2", 1}, {"-2^2", 2}, {"(1+2)*(3+4)", 5},
-        {"x2e-1", 3}, {"1.5E-3", none}, {"0x1e-2", 4}, {"-1", none}, {"+-3", none}, {"(-1)", none},
-        {"3!", none}, {"1-2", 1}, {"[1+2]", none}, {"f(1,2)*3", 6}, {"if:x+1;-2", 7}, {"1.2.3e-4", 6},
-    };
-    for (const Row& r : rows) EXPECT_EQ(split_position(r.text), r.at) << r.text;
-}
-
-TEST(Scan, AdditiveFinderAnswersLeadingSignAsZero) {
-    EXPECT_EQ(find_additive("-3", '-'), 0u);
-    EXPECT_EQ(find_additive("1-2-3", '-'), 3u);
-    EXPECT_EQ(find_additive("1*-2", '-'), none);
-    EXPECT_EQ(find_additive("(1-2)", '-'), none);
-}
-
 TEST(Scan, ConditionRows) {
     struct Row { const char* text; std::size_t pos, len; ops::Cond cond; };
     using ops::Cond;

@@ -1,4 +1,4 @@
-// Base64: the RFC 4648 vectors, Python's base64 module on random bytes,
+// Base64: Python's base64 module on random bytes of every short length,
 // round trips with every kind of alphabet, and the decoder's refusals.
 #include <gtest/gtest.h>
 
@@ -19,17 +19,6 @@ std::string decode(const char* text, const char* extra = nullptr, char pad = '='
     std::string s(reinterpret_cast<char*>(b), n);
     FreeBlock(b);
     return s;
-}
-
-TEST(Base64, Rfc4648Vectors) {
-    const char* rows[][2] = {{"", ""},         {"f", "Zg=="},     {"fo", "Zm8="},        {"foo", "Zm9v"},
-                             {"foob", "Zm9vYg=="}, {"fooba", "Zm9vYmE="}, {"foobar", "Zm9vYmFy"}};
-    for (const auto& r : rows) {
-        const std::string m = r[0];
-        EXPECT_EQ(take(Base64Encoding(bytes(m), m.size())), r[1]);
-        EXPECT_EQ(decode(r[1]), m);
-    }
-    EXPECT_EQ(Base64Encoding(nullptr, 0), nullptr);
 }
 
 TEST(Base64, AgreesWithPythonStandardAndUrlSafe) {
@@ -79,6 +68,7 @@ TEST(Base64, DecoderRules) {
     };
     for (const auto& r : rows) EXPECT_EQ(decode(r.text), r.want) << r.text;
     EXPECT_EQ(decode(nullptr), "<fail>");
+    EXPECT_EQ(Base64Encoding(nullptr, 0), nullptr);
     EXPECT_EQ(decode("Zm9vYg~~", "-_", '~'), "foob");
     EXPECT_EQ(decode("Zm9vYg==", "-_", '\0'), "<fail>");
     unsigned char* b = Base64Decoding("Zm9v", nullptr);  // the count may be left out

@@ -1,5 +1,5 @@
-// SHA-512 and SHA-256: FIPS 180-4 examples, hashlib digests of every length
-// from 0 to 300 bytes and around the block boundaries, one million "a".
+// SHA-512 and SHA-256: hashlib digests of every length from 0 to 300 bytes
+// and around the block boundaries, and one million "a".
 #include <gtest/gtest.h>
 
 #include "helpers.hpp"
@@ -11,17 +11,9 @@ namespace {
 
 using namespace ostr::test;
 
-TEST(Sha2, FipsExamples) {
-    EXPECT_EQ(take(SHA512("abc")),
-              "ddaf35a193617abacc417349ae20413112e6fa4e89a97ea20a9eeee64b55d39a"
-              "2192992a274fc1a836ba3c23a3feebbd454d4423643ce80e2a9ac94fa54ca49f");
-    EXPECT_EQ(take(SHA512("abcdefghbcdefghicdefghijdefghijkefghijklfghijklmghijklmnhijklmnoijklmnopjklmnopq"
-                          "klmnopqrlmnopqrsmnopqrstnopqrstu")),
-              "8e959b75dae313da8cf4f72814fc143f8f7779c6eb9f7fa17299aeadb6889018"
-              "501d289e4900f7e4331b99dec4b5433ac7d329eeb6dd26545e96e55b874be909");
-    EXPECT_EQ(take(SHA256("abc")), "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
-    EXPECT_EQ(take(SHA256("abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq")),
-              "248d6a61d20638b8e5c026930c3e6039a33ce45964ff2167f6ecedd419db06c1");
+// One million "a" (FIPS 180-4): a bit length past 2^16, longer than any of
+// the hashlib rows.
+TEST(Sha2, MillionA) {
     const std::string million(1000000, 'a');
     EXPECT_EQ(take(SHA512FromByteArray(bytes(million), million.size())),
               "e718483d0ce769644e2e42c7bc15b4638e1f98b13b2044285632a803afa973eb"

@@ -1,5 +1,5 @@
-// The object layer: type names, method tables in registration order, copies
-// that are deep and independent, environments that free what they own.
+// The object layer: type names, copies that are deep and independent,
+// environments that free what they own, strings that share one block.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -29,16 +29,6 @@ TEST(Objects, TypeNamesOfTheTagTable) {
     o->value = nullptr;
     EXPECT_EQ(std::string(type_name(o).c_str()), "numeric");
     free_object(o);
-}
-
-TEST(Objects, MethodTablesInRegistrationOrder) {
-    Object* a = make_object(nullptr, array, "a", nullptr, {});
-    const char* want[] = {"size(0)", "enlarge(1)", "matrix(0)", "append()", "insert(2)", "swap(2)", "delete()", "crop(2)"};
-    ASSERT_EQ(a->members->methods.size(), std::size(want));  // "matrix(0)" twice, one key
-    for (std::size_t k = 0; k < std::size(want); ++k) EXPECT_EQ(signature(*a->members->methods[k]), want[k]);
-    EXPECT_EQ(signature(*find_method(a, "crop")), "crop(2)");
-    EXPECT_EQ(find_method(a, "swapcol"), nullptr);
-    free_object(a);
 }
 
 TEST(Objects, CopiesAreDeep) {

@@ -7,6 +7,8 @@
 #include <string>
 
 #include "envio/serialize.hpp"
+#include "script/containers.hpp"
+#include "script/matrices.hpp"
 #include "ostravine/persist.h"
 #include "script_support.hpp"
 
@@ -109,6 +111,24 @@ TEST_F(TypeRecord, ANewTypeIsOneRecord) {
     EXPECT_EQ(obj::print(q2, 15), "probe<7>");
     EXPECT_EQ(obj::print(obj::find(back, "p"), 15), "probe<1>");
     obj::free_environment(back);
+}
+
+// The signatures a type's record lists (completion offers them) are the
+// methods the statement layer answers, with the same argument counts.
+TEST(TypeRows, ListedMethodsAreTheAnsweredOnes) {
+    using Find = const script::MethodRow* (*)(std::string_view) noexcept;
+    const std::pair<std::uint32_t, Find> kinds[] = {
+        {obj::array, script::array_method}, {obj::map, script::map_method}, {obj::matrix, script::matrix_method}};
+    for (auto [tag, find] : kinds)
+        for (const obj::Method& m : obj::type_of(tag).methods) {
+            const script::MethodRow* row = find(m.name);
+            ASSERT_NE(row, nullptr) << m.name;
+            if (m.arity == obj::any_arity) {
+                EXPECT_NE(row->min_args, row->max_args) << m.name;
+            } else {
+                EXPECT_TRUE(row->min_args == m.arity && row->max_args == m.arity) << m.name;
+            }
+        }
 }
 
 }  // namespace

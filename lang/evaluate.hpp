@@ -89,5 +89,9 @@ void clear_cache() noexcept;
 // Switches the cache off (every evaluation analyses the text afresh); for
 // tests that compare the two paths.
 void set_cache_enabled(bool on) noexcept;
+// Switches off the evaluation of plain arithmetic (numbers, names holding
+// numbers, signs, operators, conditions) on doubles alone, so every node goes
+// the general way; for tests that compare the two paths.
+void set_plain_arithmetic(bool on) noexcept;
 
 }  // namespace ostr::lang

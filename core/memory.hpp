@@ -124,15 +124,10 @@ public:
     ~Text() { wipe_inline(); }
 
 private:
-    // Inline here rather than through wipe(): every evaluator value holds
-    // two texts, so this runs several times per operation of a loop.
     void wipe_inline() noexcept {
-        auto* self = reinterpret_cast<char*>(this);
-        char* d = const_cast<char*>(data());
-        if (d >= self && d < self + sizeof(*this)) {
-            std::memset(d, 0, capacity() + 1);
-            __asm__ __volatile__("" : : "r"(d) : "memory");
-        }
+        auto* self = reinterpret_cast<const char*>(this);
+        const char* d = data();
+        if (d >= self && d < self + sizeof(*this)) wipe(const_cast<char*>(d), capacity() + 1);
     }
 };
 

@@ -386,7 +386,11 @@ private:
     Value call(const Node& n) {
         std::string_view fname = text(n.begin, n.aux);
         auto it = g_.builtins.find(fname);
-        if (it == g_.builtins.end()) return atom(text(n));
+        if (it == g_.builtins.end()) {
+            Value out;
+            if (hooks().call && hooks().call(text(n), n.aux - n.begin, env_, &out)) return out;
+            return atom(text(n));
+        }
         const Builtin& b = it->second;
         if (b.arity >= 0 && static_cast<std::uint32_t>(b.arity) != n.count) return Value::failure();
         std::vector<Value> args;

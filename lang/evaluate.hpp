@@ -49,6 +49,10 @@ struct Hooks {
     // array and matrix literals, strings, members, "this". Answers false
     // when it does not know the atom either.
     bool (*atom)(std::string_view text, Arbenv* env, Value* out) = nullptr;
+    // A call name(args) whose name is no built-in, with the "(" at `open`
+    // and the matching ")" last: the atom hook's answer, told apart by the
+    // reader already. Null: the atom hook gets it.
+    bool (*call)(std::string_view text, std::size_t open, Arbenv* env, Value* out) = nullptr;
 };
 Hooks& hooks();
 

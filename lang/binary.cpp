@@ -17,19 +17,9 @@ using obj::Tag;
 // Two numbers. A result with an infinite or NaN part is kept as the text of
 // the expression itself (1/0 stays "1/0"), never shown as an infinity.
 Value numeric_pair(Value& l, Value& r, char op, Arbenv*, const OperandTexts& texts) {
-    Complex a = l.num, b = r.num, c;
-    switch (op) {
-    case '+': c = {a.re + b.re, a.im + b.im}; break;
-    case '-': c = {a.re - b.re, a.im - b.im}; break;
-    case '*': c = cx::mul(a, b); break;
-    case '/': c = cx::div(a, b); break;
-    case '^': c = cx::pow(a, b); break;
-    default: return Value::failure();
-    }
-    // Zeros come out unsigned: the quotient 2/-4 carries an imaginary part
-    // of -0, which would put a later power on the other side of the branch
-    // cut than the number's own text (-0.5) does.
-    if (std::isfinite(c.re) && std::isfinite(c.im)) return Value::number({c.re + 0.0, c.im + 0.0});
+    if (op != '+' && op != '-' && op != '*' && op != '/' && op != '^') return Value::failure();
+    Complex c;
+    if (numeric_operation(op, l.num, r.num, &c)) return Value::number(c);
     return Value::formula_of(Text(texts.whole));
 }
 
@@ -57,6 +47,26 @@ void both_ways(obj::TypeTable& t, Tag a, Tag b, BinaryHandler h) {
 Text print_number(const obj::Object* o, int digits) { return display(Value::number(obj::numeric_value(o)), digits); }
 
 }  // namespace
+
+bool numeric_operation(char op, Complex a, Complex b, Complex* out) noexcept {
+    Complex c;
+    switch (op) {
+    case '+': c = {a.re + b.re, a.im + b.im}; break;
+    case '-': c = {a.re - b.re, a.im - b.im}; break;
+    case '*': c = cx::mul(a, b); break;
+    case '/': c = cx::div(a, b); break;
+    case '^': c = cx::pow(a, b); break;
+    default: return false;
+    }
+    // Zeros come out unsigned: the quotient 2/-4 carries an imaginary part
+    // of -0, which would put a later power on the other side of the branch
+    // cut than the number's own text (-0.5) does.
+    if (!std::isfinite(c.re) || !std::isfinite(c.im)) return false;
+    *out = {c.re + 0.0, c.im + 0.0};
+    return true;
+}
+
+BinaryHandler numeric_handler() noexcept { return numeric_pair; }
 
 // Cells left empty answer ">invalid_expression<". The array cells are
 // lang/containers.cpp's, the string cells the statement layer's; matrices

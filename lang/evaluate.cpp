@@ -25,6 +25,10 @@ namespace ostr::lang {
 struct Compiled {
     Text text;
     grammar::Tree tree;
+    // Per node: 0, or the height of its subtree when that subtree is plain
+    // arithmetic (numbers, names, signs, operator chains, conditions), which
+    // the evaluator first tries on doubles alone.
+    std::vector<std::uint16_t> plain;
 };
 
 namespace {
@@ -41,6 +45,31 @@ struct DepthGuard {
     bool too_deep() const noexcept { return depth > max_depth; }
 };
 
+// Fills Compiled::plain below node n and answers n's entry. The recursion
+// is as deep as the tree, which the reader bounds by the evaluator's depth.
+std::uint16_t mark_plain(Compiled& c, std::uint32_t n) {
+    const Node& node = c.tree[n];
+    std::uint16_t height = 0;
+    switch (node.kind) {
+    case Kind::empty:
+    case Kind::number:
+    case Kind::name: height = 1; break;
+    case Kind::negate:
+    case Kind::fold:
+    case Kind::condition:
+        height = 1;
+        for (std::uint32_t k = 0; k < node.count; ++k) {
+            std::uint16_t h = mark_plain(c, c.tree.kid(node, k));
+            height = h == 0 || height == 0 ? 0 : std::max<std::uint16_t>(height, h + 1);
+        }
+        break;
+    default:
+        for (std::uint32_t k = 0; k < node.count; ++k) mark_plain(c, c.tree.kid(node, k));
+        break;
+    }
+    return c.plain[n] = height;
+}
+
 // The whole-text checks run once per text: the syntax check, then the error
 // word rule. Both hold for every operand text once they hold for the whole
 // (an operand is a bracket-balanced part cut at depth zero, and an error
@@ -52,9 +81,12 @@ std::shared_ptr<const Compiled> analyse(std::string_view text) {
     c->text = Text(text);
     if (text.size() >= UINT32_MAX || !scan::syntax_ok(text) || scan::has_error_segment(text)) {
         c->tree.nodes.push_back(Node{Kind::failure});
+        c->plain.push_back(0);
         return c;
     }
     c->tree = grammar::read(c->text, max_depth - state().depth);
+    c->plain.assign(c->tree.nodes.size(), 0);
+    mark_plain(*c, c->tree.root);
     return c;
 }
 
@@ -72,7 +104,9 @@ void abort_if_formula_stopped(Value& v, Arbenv* env) {
 
 class Evaluator {
 public:
-    Evaluator(const Compiled& c, Arbenv* env, Globals& g) : c_(c), env_(env), g_(g) {}
+    Evaluator(const Compiled& c, Arbenv* env, Globals& g)
+        : c_(c), env_(env), g_(g),
+          plain_ok_(g.plain_arithmetic && obj::binary_handler(obj::numeric, obj::numeric) == numeric_handler()) {}
 
     // The value of the whole tree. One named return, so the caller's
     // prvalue is built in place: this runs for every expression of a loop.
@@ -86,6 +120,15 @@ public:
         DepthGuard guard;
         if (guard.too_deep()) return Value::failure();
         const Node& n = c_.tree[index];
+        // Plain arithmetic runs on doubles first; where it meets anything
+        // else (a name without a number, a result past the doubles) the
+        // subtree is evaluated below as any other, without trying again.
+        const std::uint16_t height = c_.plain[index];
+        std::optional<Unplain> unplain;
+        if (height > 1 && !unplain_ && plain_ok_ && guard.depth + height - 1 <= max_depth) {
+            if (Complex c; plain(index, c)) return Value::number(c);
+            unplain.emplace(unplain_);
+        }
         switch (n.kind) {
         case Kind::empty: return Value::number({0, 0});
         case Kind::number: return Value::number({n.value, 0});
@@ -108,6 +151,84 @@ public:
     }
 
 private:
+    // While a subtree whose plain evaluation failed is evaluated the
+    // general way, its parts do not try again.
+    struct Unplain {
+        explicit Unplain(bool& flag) noexcept : flag_(flag) { flag_ = true; }
+        ~Unplain() { flag_ = false; }
+        Unplain(const Unplain&) = delete;
+        Unplain& operator=(const Unplain&) = delete;
+        bool& flag_;
+    };
+
+    // The value of a plain subtree when every name in it holds a number and
+    // every step stays finite: the same operations on the same doubles as
+    // the general path (the numeric cell of the table, negate, compare).
+    bool plain(std::uint32_t index, Complex& out) {
+        const Node& n = c_.tree[index];
+        switch (n.kind) {
+        case Kind::empty: out = {0, 0}; return true;
+        case Kind::number: out = {n.value, 0}; return true;
+        case Kind::name: return plain_name(text(n), out);
+        case Kind::negate:
+            if (!plain(kid(n, 0), out)) return false;
+            out = {0.0 - out.re, 0.0 - out.im};
+            return true;
+        case Kind::fold: return plain_fold(n, out);
+        case Kind::condition: return plain_condition(n, out);
+        default: return false;
+        }
+    }
+
+    bool plain_name(std::string_view t, Complex& out) {
+        const obj::Object* o = hooks().lookup ? hooks().lookup(env_, t) : obj::resolve(env_, t);
+        if (!o) {
+            out = {0, 1};
+            return t == "i";
+        }
+        if (o->tag != obj::numeric || !o->value) return false;
+        out = obj::numeric_value(o);
+        return true;
+    }
+
+    bool plain_fold(const Node& n, Complex& out) {
+        if (n.op != '^') {
+            if (!plain(kid(n, 0), out)) return false;
+            for (std::uint32_t k = 1; k < n.count; ++k) {
+                Complex right;
+                if (!plain(kid(n, k), right) || !numeric_operation(n.op, out, right, &out)) return false;
+            }
+            return true;
+        }
+        // Right to left, as the general path combines them (each operand is
+        // pure, so the order of reading them does not matter).
+        if (!plain(kid(n, n.count - 1), out)) return false;
+        for (std::uint32_t k = n.count - 1; k-- > 0;) {
+            Complex left;
+            if (!plain(kid(n, k), left) || !numeric_operation('^', left, out, &out)) return false;
+        }
+        return true;
+    }
+
+    bool plain_condition(const Node& n, Complex& out) {
+        const bool invert = n.invert & 1;
+        int r;
+        if (n.invert & 2) {
+            if (!plain(kid(n, 0), out)) return false;
+            r = truth(out);
+            if (r < 0) return false;
+            if (invert) r = 1 - r;
+        } else {
+            Complex a, b;
+            if (!plain(kid(n, 0), a) || !plain(kid(n, 1), b)) return false;
+            r = compare(n.cond, a, b);
+            if (r < 0) return false;
+            if (invert) r = 1 - r;
+        }
+        out = {static_cast<double>(r), 0};
+        return true;
+    }
+
     std::string_view text(const Node& n) const {
         return std::string_view(c_.text).substr(n.begin, n.end - n.begin);
     }
@@ -205,10 +326,11 @@ private:
         return Value::formula_of(std::move(t));
     }
 
-    static int truth(const Value& v) {
-        if (v.kind != Value::Kind::number || v.num.im != 0) return -1;
-        if (v.num.re == 0) return 0;
-        if (cx::equal(v.num.re, 1)) return 1;
+    static int truth(const Value& v) { return v.kind == Value::Kind::number ? truth(v.num) : -1; }
+    static int truth(Complex c) {
+        if (c.im != 0) return -1;
+        if (c.re == 0) return 0;
+        if (cx::equal(c.re, 1)) return 1;
         return -1;
     }
 
@@ -246,7 +368,7 @@ private:
         switch (c) {
         case Cond::or_:
         case Cond::and_: {
-            int x = truth(Value::number(a)), y = truth(Value::number(b));
+            int x = truth(a), y = truth(b);
             if (x < 0 || y < 0) return -1;
             return c == Cond::or_ ? (x | y) : (x & y);
         }
@@ -263,7 +385,11 @@ private:
     Value call(const Node& n) {
         std::string_view fname = text(n.begin, n.aux);
         auto it = g_.builtins.find(fname);
-        if (it == g_.builtins.end()) return atom(text(n));
+        if (it == g_.builtins.end()) {
+            Value out;
+            if (hooks().call && hooks().call(text(n), n.aux - n.begin, env_, &out)) return out;
+            return atom(text(n));
+        }
         const Builtin& b = it->second;
         if (b.arity >= 0 && static_cast<std::uint32_t>(b.arity) != n.count) return Value::failure();
         std::vector<Value> args;
@@ -298,6 +424,8 @@ private:
     const Compiled& c_;
     Arbenv* env_;
     Globals& g_;
+    bool plain_ok_;
+    bool unplain_ = false;
 };
 
 constexpr std::size_t max_cached_text = std::size_t{64} << 10;
@@ -419,6 +547,10 @@ void clear_cache() noexcept {
 
 void set_cache_enabled(bool on) noexcept {
     if (Globals* g = globals()) g->cache_enabled = on;
+}
+
+void set_plain_arithmetic(bool on) noexcept {
+    if (Globals* g = globals()) g->plain_arithmetic = on;
 }
 
 }  // namespace ostr::lang

@@ -49,6 +49,10 @@ struct Hooks {
     // array and matrix literals, strings, members, "this". Answers false
     // when it does not know the atom either.
     bool (*atom)(std::string_view text, Arbenv* env, Value* out) = nullptr;
+    // A call name(args) whose name is no built-in, with the "(" at `open`
+    // and the matching ")" last: the atom hook's answer, told apart by the
+    // reader already. Null: the atom hook gets it.
+    bool (*call)(std::string_view text, std::size_t open, Arbenv* env, Value* out) = nullptr;
 };
 Hooks& hooks();
 
@@ -89,5 +93,9 @@ void clear_cache() noexcept;
 // Switches the cache off (every evaluation analyses the text afresh); for
 // tests that compare the two paths.
 void set_cache_enabled(bool on) noexcept;
+// Switches off the evaluation of plain arithmetic (numbers, names holding
+// numbers, signs, operators, conditions) on doubles alone, so every node goes
+// the general way; for tests that compare the two paths.
+void set_plain_arithmetic(bool on) noexcept;
 
 }  // namespace ostr::lang

@@ -32,6 +32,7 @@ struct Globals {
     TextCache<Compiled> cache{std::size_t{4} << 20};
     CacheStats stats;
     bool cache_enabled = true;
+    bool plain_arithmetic = true;  // numbers-only subtrees on doubles first
     Text init_script;
     std::uint32_t init_flag = 0;
 };
@@ -64,5 +65,11 @@ void terminate_globals() noexcept;
 bool register_predefined_functions();
 // Fills the evaluator's rows of the type table (binary.cpp).
 void fill_type_table(obj::TypeTable& types);
+// The arithmetic of the numeric cell of that table: false when a part of
+// the result is infinite or NaN (the cell then keeps the expression's text)
+// or the operator is none of + - * / ^. The cell itself, so that a fast
+// path can tell that the table still holds it.
+bool numeric_operation(char op, Complex a, Complex b, Complex* out) noexcept;
+BinaryHandler numeric_handler() noexcept;
 
 }  // namespace ostr::lang

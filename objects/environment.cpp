@@ -136,14 +136,15 @@ void store(Arbenv* env, Object* object) {
     put(env->objects, object->name ? object->name : "", object);
 }
 
+// One search: the place found for the name is where a new entry goes.
 void put(ObjectTable& table, std::string_view name, Object* object) {
-    auto it = table.find(name);
-    if (it != table.end()) {
+    auto it = table.lower_bound(name);
+    if (it != table.end() && std::string_view(it->first) == name) {
         free_object(std::exchange(it->second, object));
         return;
     }
     OwnedObject owned(object);
-    table.emplace(Text(name), object);
+    table.emplace_hint(it, Text(name), object);
     owned.release();
 }
 

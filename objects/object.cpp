@@ -2,6 +2,7 @@
 // records of the type table (types.cpp), and their type names.
 #include "objects/object.hpp"
 
+#include <cstring>
 #include <new>
 
 #include "objects/environment.hpp"
@@ -16,6 +17,19 @@ void register_method(Members& m, const Method& row) {
     m.methods.push_back(&row);
 }
 
+// An object, its member record and its name share one block: every number
+// a loop or a call stores is one allocation less than three. A name given
+// later by rename_object lives in a block of its own.
+constexpr std::size_t members_at = (sizeof(Object) + alignof(Members) - 1) / alignof(Members) * alignof(Members);
+constexpr std::size_t name_at = members_at + sizeof(Members);
+
+bool name_inline(const Object* o) noexcept { return o->name == reinterpret_cast<const char*>(o) + name_at; }
+
+void free_name(Object* o) noexcept {
+    if (!name_inline(o)) return free_text(o->name);
+    wipe(o->name, std::strlen(o->name));
+}
+
 }  // namespace
 
 const Method* find_method(const Object* o, std::string_view name) noexcept {
@@ -26,14 +40,16 @@ const Method* find_method(const Object* o, std::string_view name) noexcept {
 
 Object* make_object(Arbenv* env, std::uint32_t tag, std::string_view name, void* value,
                     const ValueHandlers& h) {
-    auto* o = static_cast<Object*>(mem_alloc(sizeof(Object)));
-    auto* m = static_cast<Members*>(mem_alloc(sizeof(Members)));
-    char* n = dup_text(name);
-    if (!o || !m || !n) {
-        mem_free(o), mem_free(m), free_text(n);
+    auto* block = static_cast<char*>(mem_alloc(name_at + name.size() + 1));
+    if (!block) {
         if (h.free && value) h.free(value);
         return nullptr;
     }
+    auto* o = reinterpret_cast<Object*>(block);
+    auto* m = reinterpret_cast<Members*>(block + members_at);
+    char* n = block + name_at;
+    if (!name.empty()) std::memcpy(n, name.data(), name.size());
+    n[name.size()] = '\0';
     new (m) Members{env ? &env->abort_text : nullptr, {}, {}};
     *o = Object{m, n, 0, 0, 1, tag, 0, env ? env->level : 0, env, value, h.free, h.write, h.read, h.copy};
     OwnedObject made(o);
@@ -85,16 +101,15 @@ void free_object(Object* o) noexcept {
         if (slot) *slot = nullptr;
     if (auto release = type_of(o->tag).release) release(o);
     if (o->value && o->free_value) o->free_value(o->value);
-    free_text(o->name);
+    free_name(o);
     o->members->~Members();
-    mem_free(o->members);
     mem_free(o);
 }
 
 bool rename_object(Object* o, std::string_view name) {
     char* n = dup_text(name);
     if (!n) return false;
-    free_text(o->name);
+    free_name(o);
     o->name = n;
     return true;
 }

@@ -8,6 +8,7 @@
 #include "grammar/scan.hpp"
 #include "script/containers.hpp"
 #include "script/matrices.hpp"
+#include "script/objects.hpp"
 #include "script/script.hpp"
 #include "script/state.hpp"
 
@@ -136,6 +137,10 @@ struct ScopeDeleter {
     void operator()(Arbenv* e) const noexcept { obj::free_environment(e); }
 };
 
+// The body of invoke, for a definition taken apart already.
+lang::Value run_function(const Function& f, std::vector<lang::Value>& args, Arbenv* parent, obj::Object* self,
+                         Arbenv* env, std::string_view text);
+
 }  // namespace
 
 bool store_value(lang::Value&& v, std::string_view name, Arbenv* env) {
@@ -210,6 +215,14 @@ Text assign(std::string_view left, std::string_view right, Arbenv* env) {
     return Text(lang::error_word(lang::Error::invalid_assignment));
 }
 
+std::vector<lang::Value> evaluate_arguments(std::string_view inside, Arbenv* env) {
+    std::shared_ptr<const Arguments> shape = arguments_of(inside);
+    std::vector<lang::Value> values;
+    values.reserve(shape->args.size());
+    for (const lang::Prepared& p : shape->args) values.push_back(lang::evaluate(p, env));
+    return values;
+}
+
 bool call_function(std::string_view text, std::size_t open, Arbenv* env, lang::Value* out) {
     const obj::Object* fo = find_function(env, text.substr(0, open));
     if (!fo) return false;
@@ -228,7 +241,7 @@ bool call_function(std::string_view text, std::size_t open, Arbenv* env, lang::V
             return true;
         }
     }
-    *out = invoke(obj::text_value(fo), args, fo->env, nullptr, env, text);
+    *out = run_function(*f, args, fo->env, nullptr, env, text);
     return true;
 }
 
@@ -236,6 +249,15 @@ lang::Value invoke(std::string_view definition, std::vector<lang::Value>& args, 
                    Arbenv* env, std::string_view text) {
     obj::OwnedObject held(self);
     std::shared_ptr<const Function> f = function_of(definition);
+    return run_function(*f, args, parent, held.release(), env, text);
+}
+
+namespace {
+
+lang::Value run_function(const Function& fn, std::vector<lang::Value>& args, Arbenv* parent, obj::Object* self,
+                         Arbenv* env, std::string_view text) {
+    obj::OwnedObject held(self);
+    const Function* f = &fn;
     if (!f->valid || args.size() != f->params.size()) return lang::Value::failure();
     // Every call counts against the line's pass and time bounds, as a loop
     // pass does: a recursion that branches stays within the depth bound and
@@ -269,5 +291,7 @@ lang::Value invoke(std::string_view definition, std::vector<lang::Value>& args, 
     const obj::Object* r = obj::find(scope.get(), "return");
     return r ? value_in(r, env) : lang::Value::formula_of(Text(text));
 }
+
+}  // namespace
 
 }  // namespace ostr::script

@@ -37,17 +37,18 @@ const obj::Object* lookup(Arbenv* env, std::string_view name) {
 //
 // A plain call name(...) is told apart first, once: it is no container,
 // member, method or block, and the calls of a recursion come here often.
+bool plain_call(std::string_view text, std::size_t open, Arbenv* env, lang::Value* out) {
+    if (new_instance(text, open, env, out)) return true;
+    if (call_function(text, open, env, out)) return true;
+    *out = lang::Value::formula_of(Text(text));
+    return true;
+}
+
 bool atom(std::string_view text, Arbenv* env, lang::Value* out) {
     const std::size_t open = text.find('(');
-    const bool plain_call = open != std::string_view::npos && open != 0 && text.back() == ')' &&
-                            lang::scan::is_plain_name(text.substr(0, open)) &&
-                            lang::scan::matching_closer(text, open) == text.size() - 1;
-    if (plain_call) {
-        if (new_instance(text, open, env, out)) return true;
-        if (call_function(text, open, env, out)) return true;
-        *out = lang::Value::formula_of(Text(text));
-        return true;
-    }
+    if (open != std::string_view::npos && open != 0 && text.back() == ')' &&
+        lang::scan::is_plain_name(text.substr(0, open)) && lang::scan::matching_closer(text, open) == text.size() - 1)
+        return plain_call(text, open, env, out);
     if (introspection_atom(text, env, out) || algebraic_method_atom(text, env, out)) return true;
     if (container_atom(text, env, out)) return true;
     if (object_atom(text, env, out)) return true;
@@ -80,6 +81,7 @@ void install() {
     lang::Hooks& h = lang::hooks();
     h.lookup = lookup;
     h.atom = atom;
+    h.call = plain_call;
     obj::TypeTable& t = obj::type_table();
     t.types[obj::string].print = print_string;
     t.types[obj::string].compare = string_compare;

@@ -172,7 +172,7 @@ bool new_instance(std::string_view text, std::size_t open, Arbenv* env, Value* o
     std::string_view name = text.substr(0, open);
     const obj::Object* cls = lookup(env, name);
     if (!cls || cls->tag != obj::class_definition || !cls->value) return false;
-    std::vector<Value> args = lang::evaluate_list(text.substr(open + 1, text.size() - open - 2), env);
+    std::vector<Value> args = evaluate_arguments(text.substr(open + 1, text.size() - open - 2), env);
     for (Value& a : args)
         if (a.is_error()) return *out = std::move(a), true;
     cls = lookup(env, name);  // the arguments may have replaced it
@@ -194,8 +194,7 @@ namespace {
 // base.name(args). A named receiver is looked up before the arguments run,
 // to know whether the call is this file's, and again after them, since
 // they may change it; a computed receiver (a[2].m()) is evaluated first.
-Value method_call(std::string_view text, Arbenv* env, bool* handled) {
-    const std::size_t open = text.size() - 1 - lang::scan::bracket_jumps(text).back();
+Value method_call(std::string_view text, std::size_t open, Arbenv* env, bool* handled) {
     std::string_view head = text.substr(0, open), base, name;
     *handled = false;
     if (!member_form(head, &base, &name)) return fail();
@@ -206,7 +205,7 @@ Value method_call(std::string_view text, Arbenv* env, bool* handled) {
         return fail(Error::invalid_object);
     }
     *handled = true;
-    std::vector<Value> args = lang::evaluate_list(text.substr(open + 1, text.size() - open - 2), env);
+    std::vector<Value> args = evaluate_arguments(text.substr(open + 1, text.size() - open - 2), env);
     for (Value& a : args)
         if (a.is_error()) return std::move(a);
     if (!computed) {
@@ -236,9 +235,10 @@ bool object_atom(std::string_view text, Arbenv* env, Value* out) {
     if (text.size() < 3) return false;
     if (text.back() == ')') {
         if (text.find('.') == std::string_view::npos) return false;  // a plain call: the caller's
-        if (lang::scan::bracket_jumps(text).empty()) return false;
+        const std::vector<std::uint32_t> jumps = lang::scan::bracket_jumps(text);
+        if (jumps.empty()) return false;
         bool handled;
-        Value v = method_call(text, env, &handled);
+        Value v = method_call(text, text.size() - 1 - jumps.back(), env, &handled);
         if (handled) *out = std::move(v);
         return handled;
     }

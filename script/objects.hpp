@@ -38,6 +38,11 @@ lang::Value to_class(const obj::Object* cls, const lang::Value& x, Arbenv* env);
 // member path.
 std::optional<Text> assign_member(std::string_view left, std::string_view right, Arbenv* env);
 
+// The values of the argument texts of a call ("1,x,2*y" inside its
+// brackets), each text analysed once; all are evaluated, errors included,
+// as lang::evaluate_list does.
+std::vector<lang::Value> evaluate_arguments(std::string_view inside, Arbenv* env);
+
 // A method called on a value (an element of a container): an instance
 // works on its copy, a node on the node itself.
 lang::Value method_on_value(lang::Value& receiver, std::string_view name, std::vector<lang::Value>& args, Arbenv* env);

@@ -74,6 +74,25 @@ TEST_F(Objects, ClassesAnswer) {
     });
 }
 
+// Argument texts of methods and constructors are analysed once per text:
+// a line run again, or in a loop, answers as the first time; every argument
+// runs, in order, before the call.
+TEST_F(Objects, ArgumentsAnalysedOnceAnswerAlike) {
+    check({{"ct=class_definition:v=0,w=\"\",add(a)=(this.v=this.v+a,this.v),get()=this.v,init(b,s)=(this.v=b,"
+            "this.w=s);",
+            "ct <- class_definition:v=0,w=\"\",add(a)=(this.v=this.v+a,this.v),get()=this.v,init(b,s)=(this.v=b,"
+            "this.w=s);"}});
+    for (int pass = 0; pass < 2; ++pass)
+        check({
+            {"p=ct(10,\"a\")", "p <- ct(10,\"a\")"},
+            {"p.add(max(1,2)),p.add(p.get()),p.add(-(2*3))", "12\n\n24\n\n18"},
+            {"t=0,for:k=1,k<=3,k=k+1,p.add(k*t),t=t+1;,p.get()", "t <- 0\n\n26"},
+            {"q=ct(p.get()/4,\"b\"+\"c\"),q.w,q.get()", "q <- ct(p.get()/4,\"b\"+\"c\")\n\n\"bc\"\n\n6.5"},
+            {"p.add(p.add(1)+z)", "z+54"},
+            {"p.add(z,1),p.get()", ">invalid_expression<\n\nz+54"},
+        });
+}
+
 // Every line answers an error word and leaves p, the class and the graph as
 // they were.
 TEST_F(Objects, BadInputChangesNothing) {

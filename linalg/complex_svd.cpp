@@ -228,22 +228,4 @@ Status singular_values(const CMat& a, std::vector<double>& s) {
     return Status::ok;
 }
 
-Status pseudo_inverse(const CMat& a, CMat& p) {
-    std::vector<double> s;
-    CMat u, v;
-    if (Status st = svd(a, s, &u, &v); st != Status::ok) return st;
-    const double tol = s.empty() ? 0 : rank_tolerance(a.rows, a.cols, s[0]);
-    // A⁺ = V·Σ⁺·Uᴴ.
-    p = CMat(a.cols, a.rows);
-    for (std::size_t k = 0; k < s.size(); ++k) {
-        if (!(s[k] > tol)) break;
-        for (std::size_t i = 0; i < a.cols; ++i) {
-            const cplx f = v(i, k) / s[k];
-            cplx* pr = p.row(i);
-            for (std::size_t j = 0; j < a.rows; ++j) pr[j] += f * std::conj(u(j, k));
-        }
-    }
-    return Status::ok;
-}
-
 }  // namespace ostr::la

@@ -126,10 +126,9 @@ Status singular_values(const CMat& a, std::vector<double>& s);
 Status svd(const CMat& a, std::vector<double>& s, CMat* u, CMat* v);
 // The tolerance under which a singular value counts as zero: max(m, n)·ε·s₁.
 double rank_tolerance(std::size_t m, std::size_t n, double s_max) noexcept;
-// The pseudo-inverse V·diag(1/s)·Uᵀ over the singular values above the
-// tolerance.
-Status pseudo_inverse(const RMat& a, RMat& p);
-// V·diag(1/s)·Uᴴ for a complex matrix.
-Status pseudo_inverse(const CMat& a, CMat& p);
+// The pseudo-inverse V·diag(1/s)·Uᴴ over the singular values above the
+// tolerance (Uᵀ for a real matrix).
+template <class T>
+Status pseudo_inverse(const Dense<T>& a, Dense<T>& p);
 
 }  // namespace ostr::la

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numeric>
+#include <type_traits>
 
 #include "core/runtime.hpp"
 #include "linalg/dense.hpp"
@@ -182,21 +183,29 @@ Status svd(const RMat& a, std::vector<double>& s, RMat* u, RMat* v) {
     return Status::ok;
 }
 
-Status pseudo_inverse(const RMat& a, RMat& p) {
+template <class T>
+Status pseudo_inverse(const Dense<T>& a, Dense<T>& p) {
     std::vector<double> s;
-    RMat u, v;
+    Dense<T> u, v;
     if (Status st = svd(a, s, &u, &v); st != Status::ok) return st;
     const double tol = s.empty() ? 0 : rank_tolerance(a.rows, a.cols, s[0]);
-    p = RMat(a.cols, a.rows);
+    // A⁺ = V·Σ⁺·Uᴴ.
+    p = Dense<T>(a.cols, a.rows);
     for (std::size_t k = 0; k < s.size(); ++k) {
         if (!(s[k] > tol)) break;
         for (std::size_t i = 0; i < a.cols; ++i) {
-            const double f = v(i, k) / s[k];
-            double* pr = p.row(i);
-            for (std::size_t j = 0; j < a.rows; ++j) pr[j] += f * u(j, k);
+            const T f = v(i, k) / s[k];
+            T* pr = p.row(i);
+            for (std::size_t j = 0; j < a.rows; ++j) {
+                if constexpr (std::is_same_v<T, cplx>) pr[j] += f * std::conj(u(j, k));
+                else pr[j] += f * u(j, k);
+            }
         }
     }
     return Status::ok;
 }
+
+template Status pseudo_inverse<double>(const Dense<double>&, Dense<double>&);
+template Status pseudo_inverse<cplx>(const Dense<cplx>&, Dense<cplx>&);
 
 }  // namespace ostr::la
